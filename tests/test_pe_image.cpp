@@ -1,0 +1,146 @@
+// Reads mpdiag.exe as a file and checks what Windows PE needs of it: x64 console image,
+// imports from system DLLs that a PE image carries only, an elevation manifest.
+#include "test_support.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <set>
+
+namespace
+{
+class PeImage
+{
+public:
+    explicit PeImage(const std::string& bytes) : m_bytes(bytes)
+    {
+        const auto* dos = At<IMAGE_DOS_HEADER>(0);
+        if (!dos || dos->e_magic != IMAGE_DOS_SIGNATURE)
+            return;
+        m_nt = At<IMAGE_NT_HEADERS64>(dos->e_lfanew);
+        if (!m_nt || m_nt->Signature != IMAGE_NT_SIGNATURE)
+            m_nt = nullptr;
+    }
+
+    const IMAGE_NT_HEADERS64* Nt() const { return m_nt; }
+
+    std::vector<std::string> ImportedDlls() const
+    {
+        std::vector<std::string> names;
+        const IMAGE_DATA_DIRECTORY& dir = m_nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+        for (DWORD offset = Offset(dir.VirtualAddress);; offset += sizeof(IMAGE_IMPORT_DESCRIPTOR))
+        {
+            const auto* desc = At<IMAGE_IMPORT_DESCRIPTOR>(offset);
+            if (!desc || desc->Name == 0)
+                break;
+            names.push_back(String(Offset(desc->Name)));
+        }
+        return names;
+    }
+
+    // The manifest resource (type 24, id 1, first language), or empty.
+    std::string Manifest() const
+    {
+        const IMAGE_DATA_DIRECTORY& dir = m_nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_RESOURCE];
+        const DWORD root = Offset(dir.VirtualAddress);
+        const DWORD types = Child(root, root, 24);
+        const DWORD ids = types ? Child(root, types, 1) : 0;
+        if (!ids)
+            return std::string();
+        const auto* languages = At<IMAGE_RESOURCE_DIRECTORY>(ids);
+        if (!languages || languages->NumberOfIdEntries + languages->NumberOfNamedEntries == 0)
+            return std::string();
+        const auto* entry = At<IMAGE_RESOURCE_DIRECTORY_ENTRY>(ids + sizeof(IMAGE_RESOURCE_DIRECTORY));
+        const auto* data = At<IMAGE_RESOURCE_DATA_ENTRY>(root + entry->OffsetToData);
+        if (!data)
+            return std::string();
+        const DWORD start = Offset(data->OffsetToData);
+        return start + data->Size <= m_bytes.size() ? m_bytes.substr(start, data->Size) : std::string();
+    }
+
+private:
+    template <typename T> const T* At(size_t offset) const
+    {
+        return offset + sizeof(T) <= m_bytes.size() ? reinterpret_cast<const T*>(m_bytes.data() + offset) : nullptr;
+    }
+
+    DWORD Offset(DWORD rva) const
+    {
+        const IMAGE_SECTION_HEADER* section = IMAGE_FIRST_SECTION(m_nt);
+        const size_t first = reinterpret_cast<const char*>(section) - m_bytes.data();
+        for (WORD i = 0; i < m_nt->FileHeader.NumberOfSections; ++i)
+        {
+            const auto* s = At<IMAGE_SECTION_HEADER>(first + i * sizeof(IMAGE_SECTION_HEADER));
+            if (s && rva >= s->VirtualAddress && rva < s->VirtualAddress + s->Misc.VirtualSize)
+                return rva - s->VirtualAddress + s->PointerToRawData;
+        }
+        return 0;
+    }
+
+    std::string String(DWORD offset) const
+    {
+        return offset < m_bytes.size() ? std::string(m_bytes.c_str() + offset) : std::string();
+    }
+
+    // The subdirectory of `dir` (a resource directory at a file offset) with this id.
+    DWORD Child(DWORD root, DWORD dir, WORD id) const
+    {
+        const auto* header = At<IMAGE_RESOURCE_DIRECTORY>(dir);
+        if (!header)
+            return 0;
+        const int count = header->NumberOfNamedEntries + header->NumberOfIdEntries;
+        for (int i = 0; i < count; ++i)
+        {
+            const auto* entry = At<IMAGE_RESOURCE_DIRECTORY_ENTRY>(dir + sizeof(IMAGE_RESOURCE_DIRECTORY) +
+                                                                   i * sizeof(IMAGE_RESOURCE_DIRECTORY_ENTRY));
+            if (entry && !entry->NameIsString && entry->Id == id && entry->DataIsDirectory)
+                return root + entry->OffsetToDirectory;
+        }
+        return 0;
+    }
+
+    std::string m_bytes;
+    const IMAGE_NT_HEADERS64* m_nt = nullptr;
+};
+
+std::string Lower(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
+class MpdiagImage : public ::testing::Test
+{
+protected:
+    PeImage image{ReadBytes(BuildPath("mpdiag.exe"))};
+};
+} // namespace
+
+TEST_F(MpdiagImage, IsAnX64ConsoleProgram)
+{
+    ASSERT_NE(image.Nt(), nullptr);
+    EXPECT_EQ(image.Nt()->FileHeader.Machine, IMAGE_FILE_MACHINE_AMD64);
+    EXPECT_EQ(image.Nt()->OptionalHeader.Subsystem, IMAGE_SUBSYSTEM_WINDOWS_CUI);
+}
+
+TEST_F(MpdiagImage, ImportsOnlyDllsThatWindowsPeHas)
+{
+    ASSERT_NE(image.Nt(), nullptr);
+    const std::set<std::string> allowed = {"kernel32.dll", "advapi32.dll", "msvcrt.dll", "ole32.dll",
+                                           "oleaut32.dll", "shell32.dll",  "shlwapi.dll", "user32.dll",
+                                           "version.dll",  "setupapi.dll", "cfgmgr32.dll"};
+    const std::vector<std::string> imported = image.ImportedDlls();
+    EXPECT_FALSE(imported.empty());
+    for (const std::string& dll : imported)
+        EXPECT_TRUE(allowed.count(Lower(dll))) << dll << " is not on a Windows PE image (or is a non-static runtime)";
+}
+
+TEST_F(MpdiagImage, ManifestRequiresAdministrator)
+{
+    ASSERT_NE(image.Nt(), nullptr);
+    const std::string manifest = image.Manifest();
+    ASSERT_FALSE(manifest.empty()) << "no manifest resource";
+    EXPECT_NE(manifest.find("level=\"requireAdministrator\""), std::string::npos) << manifest;
+}
