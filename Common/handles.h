@@ -72,3 +72,11 @@ struct FindHandleTraits
     static void Close(Handle handle) noexcept { ::FindClose(handle); }
 };
 using UniqueFind = UniqueHandle<FindHandleTraits>;
+
+// The two handles CreateProcessW hands back, each owned.
+struct ProcessHandles
+{
+    UniqueKernelHandle process;
+    UniqueKernelHandle thread;
+    explicit ProcessHandles(const PROCESS_INFORMATION& info) : process(info.hProcess), thread(info.hThread) {}
+};

@@ -1,0 +1,193 @@
+#include "common.h"
+
+#include "test_support.h"
+
+#include <wx/arrstr.h>
+
+#include <windows.h>
+
+#include <chrono>
+
+namespace
+{
+wxString Child(const wxString& args) { return "\"" + BuildPath("child_writer.exe") + "\" " + args; }
+
+std::vector<wxString> Lines(const wxArrayString& array) { return std::vector<wxString>(array.begin(), array.end()); }
+
+// Restores the process's directory whatever a test does to it.
+struct KeepCurrentDir
+{
+    wxString saved = GetCurrentDir();
+    ~KeepCurrentDir() { ::SetCurrentDirectoryW(saved.wc_str()); }
+};
+} // namespace
+
+TEST(RunProcess, CrLfBlankLineSurvivesAsALoneCarriageReturn)
+{
+    wxArrayString lines;
+    EXPECT_EQ(RunProcess(Child("out:610d0a0d0a620d0a"), true, "", &lines, false), 0);
+    EXPECT_EQ(Lines(lines), (std::vector<wxString>{"a\r", "\r", "b\r"}));
+}
+
+TEST(RunProcess, RunsOfLineFeedsCountAsOne)
+{
+    wxArrayString lines;
+    RunProcess(Child("out:610a0a620a"), true, "", &lines, false);
+    EXPECT_EQ(Lines(lines), (std::vector<wxString>{"a", "b"}));
+}
+
+TEST(RunProcess, OutputOfLineFeedsOnlyGivesNoLine)
+{
+    wxArrayString lines;
+    lines.Add("kept");
+    RunProcess(Child("out:0a0a0a"), true, "", &lines, false);
+    EXPECT_EQ(Lines(lines), (std::vector<wxString>{"kept"}));
+}
+
+TEST(RunProcess, LinesAreAppendedToWhatTheArrayHolds)
+{
+    wxArrayString lines;
+    lines.Add("earlier");
+    RunProcess(Child("out:780a"), true, "", &lines, false);
+    EXPECT_EQ(Lines(lines), (std::vector<wxString>{"earlier", "x"}));
+}
+
+TEST(RunProcess, StandardErrorIsCapturedOnlyWhenAsked)
+{
+    wxArrayString without;
+    RunProcess(Child("out:6f0a err:650a"), true, "", &without, false);
+    EXPECT_EQ(Lines(without), (std::vector<wxString>{"o"}));
+
+    wxArrayString with;
+    RunProcess(Child("out:6f0a err:650a"), true, "", &with, true);
+    EXPECT_EQ(Lines(with), (std::vector<wxString>{"o", "e"}));
+}
+
+TEST(RunProcess, ExitCodeComesBack)
+{
+    wxArrayString lines;
+    EXPECT_EQ(RunProcess(Child("exit:3"), true, "", &lines, false), 3);
+    EXPECT_EQ(RunProcess(Child("exit:3"), true, "", nullptr, false), 3);
+}
+
+TEST(RunProcess, MissingProgramGivesMinusOneAndLeavesTheArray)
+{
+    wxArrayString lines;
+    lines.Add("untouched");
+    EXPECT_EQ(RunProcess("mpdiag-no-such-program.exe /x", true, "", &lines, false), -1);
+    EXPECT_EQ(Lines(lines), (std::vector<wxString>{"untouched"}));
+}
+
+TEST(RunProcess, InvalidUtf8BecomesReplacementCharacter)
+{
+    wxArrayString lines;
+    RunProcess(Child("out:61ff620a"), true, "", &lines, false);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0], wxString(L"a\xFFFD" L"b"));
+}
+
+TEST(RunProcess, Utf8OutputIsDecoded)
+{
+    wxArrayString lines;
+    RunProcess(Child("out:47c3bc72c39f0d0a"), true, "", &lines, false);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0], wxString(L"G\xFCr\xDF\r"));
+}
+
+TEST(RunProcess, SixtyFourKibArriveWhole)
+{
+    wxArrayString lines;
+    const auto start = std::chrono::steady_clock::now();
+    RunProcess(Child("fill:65536"), true, "", &lines, false);
+    const auto ms =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
+    size_t total = 0;
+    for (const wxString& line : lines)
+        total += line.length() + 1;
+    EXPECT_EQ(lines.size(), 1024u);
+    EXPECT_EQ(total, 65536u);
+    EXPECT_EQ(lines[0], "abcdefghijklmnopqrstuvwxyzabcdefghijklmnopqrstuvwxyzabcdefghijk");
+    std::printf("64 KiB of output through the runner: %lld ms\n", static_cast<long long>(ms));
+}
+
+TEST(RunProcess, ChildStartsInTheGivenDirectoryAndOursIsRestored)
+{
+    KeepCurrentDir keep;
+    ScratchDir dir;
+    const wxString before = GetCurrentDir();
+    wxArrayString lines;
+    RunProcess(Child("cwd"), true, dir.Path(), &lines, false);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_TRUE(lines[0].IsSameAs(dir.Path(), false)) << lines[0].utf8_string();
+    EXPECT_EQ(GetCurrentDir(), before);
+}
+
+TEST(RunProcess, EmptyDirectoryStartsTheChildInOurs)
+{
+    KeepCurrentDir keep;
+    ScratchDir dir;
+    ASSERT_TRUE(::SetCurrentDirectoryW(dir.Path().wc_str()));
+    wxArrayString lines;
+    RunProcess(Child("cwd"), true, "", &lines, false);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_TRUE(lines[0].IsSameAs(dir.Path(), false)) << lines[0].utf8_string();
+    EXPECT_TRUE(GetCurrentDir().IsSameAs(dir.Path(), false));
+}
+
+TEST(RunProcess, NotWaitingGivesZeroAfterAboutASecond)
+{
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(RunProcess(Child("exit:5"), false, "", nullptr, false), 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(990));
+}
+
+TEST(RunCommand, RunsInTheSystemDirectoryWithoutStandardError)
+{
+    KeepCurrentDir keep;
+    const wxString before = GetCurrentDir();
+    wxArrayString lines;
+    EXPECT_EQ(RunCommand(Child("cwd err:650a exit:4"), &lines), 4);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_TRUE(lines[0].IsSameAs(GetSystemDir(), false)) << lines[0].utf8_string();
+    EXPECT_EQ(GetCurrentDir(), before);
+}
+
+TEST(ExecAndLog, LogsHeaderThenNonEmptyLinesWithoutCrLf)
+{
+    ScratchDir dir;
+    RecordingLog log;
+    const wxString command = Child("out:610d0a0d0a620d0a err:650a exit:7");
+    EXPECT_EQ(ExecAndLog(command, dir.Path()), 7);
+    EXPECT_EQ(log.Messages(), (std::vector<wxString>{"Output for command: \"" + command + "\", currentDir: \"" +
+                                                         dir.Path() + "\"",
+                                                     "a", "b", "e"}));
+    for (const LogEntry& entry : log.entries)
+    {
+        EXPECT_EQ(entry.level, wxLOG_Message);
+        EXPECT_EQ(entry.func, "ExecAndLog");
+    }
+}
+
+TEST(ExecAndLog, MissingProgramStillLogsItsHeader)
+{
+    RecordingLog log;
+    EXPECT_EQ(ExecAndLog("mpdiag-no-such-program.exe", ""), -1);
+    EXPECT_EQ(log.Messages(),
+              (std::vector<wxString>{"Output for command: \"mpdiag-no-such-program.exe\", currentDir: \"\""}));
+}
+
+TEST(ExecAndLogInSystemDir, UsesTheSystemDirectory)
+{
+    RecordingLog log;
+    ExecAndLogInSystemDir(Child("cwd"));
+    ASSERT_EQ(log.entries.size(), 2u) << log.Dump();
+    EXPECT_TRUE(log.entries[0].msg.EndsWith("currentDir: \"" + GetSystemDir() + "\""));
+    EXPECT_TRUE(log.entries[1].msg.IsSameAs(GetSystemDir(), false));
+}
+
+TEST(GetSystemDir, MatchesTheSystem)
+{
+    wchar_t expected[MAX_PATH];
+    ::GetSystemDirectoryW(expected, MAX_PATH);
+    EXPECT_EQ(GetSystemDir(), wxString(expected));
+}
