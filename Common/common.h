@@ -7,6 +7,8 @@
 
 #include <windows.h>
 
+#include <string>
+
 // Joins with exactly one backslash; drops one leading backslash of `name`.
 wxString JoinPath(const wxString& folder, const wxString& name);
 bool DirExists(const wxString& path);
@@ -72,3 +74,28 @@ protected:
     bool m_ok;
     wxArrayString m_items;
 };
+
+// ---- system and product information ----
+
+struct OSVersionInfo
+{
+    wxString productName;
+    DWORD architecture = 0xFFFFFFFF; // 9 for x64, 0 for x86
+    DWORD versionMS = 0;             // major << 16 | minor
+    DWORD versionLS = 0;             // build << 16 | revision
+    DWORD servicePackMajor = 0;
+    wxString language = wxT("en-US");
+    bool isServer = false;
+    bool isServerCore = false; // never set: no caller may see true
+};
+
+OSVersionInfo& GetOSVersion(OSVersionInfo& info);
+// The product version of a file; 0, or the Win32 error of the first failing call.
+DWORD GetFileVersion(const wxString& path, DWORD* versionMS, DWORD* versionLS);
+// 36 lower-case characters, no braces.
+std::wstring FormatGuid(const GUID& guid);
+// The product edition (cached once known); 0 when the product's key is missing.
+int GetMPVersion();
+wxString GetProductRegistryKey(bool versioned);
+// The product's second log; the bare "mpb.log" when its folder is not registered or usable.
+wxString GetProductLogPath();

@@ -1,8 +1,140 @@
 #include "get_mpdiag.h"
 
-bool GetMPDiag(const wxString& destFolder, const wxString& systemRoot, const wxString& zipPath,
-               bool extended, bool withRecovery, std::vector<wxString>* files, bool listOnly)
+#include "CFileCopierFS.h"
+#include "common.h"
+#include "mplog.h"
+#include "ziptools.h"
+
+#include <wx/convauto.h>
+#include <wx/textfile.h>
+
+#include <windows.h>
+
+namespace
 {
-    // Placeholder until the collection procedure lands: collects nothing yet.
+// Records a name when the caller asked for the list.
+void Record(std::vector<wxString>* files, const wxString& name)
+{
+    if (files)
+        files->push_back(name);
+}
+
+// Saves lines as UTF-8 text with "\r\n" line ends; nothing is written for no lines.
+void SaveLines(const wxString& path, const wxArrayString& lines)
+{
+    if (lines.empty())
+        return;
+    wxTextFile file;
+    file.Create(path);
+    for (const wxString& line : lines)
+        file.AddLine(line);
+    file.Write(wxTextFileType_None, wxConvAuto());
+}
+
+bool CopySystemFiles(const wxString& destFolder, const wxString& systemRoot, bool extended,
+                     std::vector<wxString>* files, bool listOnly)
+{
+    CFileCopierFS* src = new CFileCopierFS(systemRoot, true, false, nullptr, false);
+    CFileCopierFS* dest = new CFileCopierFS(destFolder, false, false, files, listOnly);
+    if (!src || !dest)
+    {
+        MP_LOG(wxLOG_Error, "get_mpdiag", "GetMPDiag")("Error: !src || !dest\n");
+        return false;
+    }
+    if (!src->IsOk() || !dest->IsOk())
+    {
+        delete src;
+        delete dest;
+        MP_LOG(wxLOG_Error, "get_mpdiag", "GetMPDiag")("Error: !src->IsOk() || !dest->IsOk()\n");
+        return false;
+    }
+
+    src->AddItem(wxT("Inf\\setupapi*"));
+    src->AddItem(wxT("setup*.*"));
+    src->AddItem(wxT("*.log"));
+    src->AddItem(wxT("debug"));
+    src->AddItem(wxT("Logs"));
+    if (extended)
+        src->AddItem(wxT("System32\\WinEvt"));
+    src->AddItem(wxT("System32\\wpeinit.log"));
+    src->AddItem(wxT("System32\\winpeshl.log"));
+    src->CopyTo(dest, true, wxString());
+    dest->Commit();
+    delete src;
+    delete dest;
+    return true;
+}
+
+void CopyProductLog(const wxString& source, const wxString& target, std::vector<wxString>* files, bool listOnly)
+{
+    if (!listOnly)
+        ::CopyFileW(source.wc_str(), target.wc_str(), FALSE);
+    Record(files, source);
+}
+} // namespace
+
+bool GetMPDiag(const wxString& destFolder, const wxString& systemRoot, const wxString& zipPath, bool extended,
+               bool withRecovery, std::vector<wxString>* files, bool listOnly)
+{
+    if (!CopySystemFiles(destFolder, systemRoot, extended, files, listOnly))
+        return false;
+
+    CopyProductLog(JoinPath(systemRoot, wxT("System32\\mp.log")), JoinPath(destFolder, wxT("mp.log")), files,
+                   listOnly);
+    if (withRecovery)
+        CopyProductLog(GetProductLogPath(), JoinPath(destFolder, wxT("mpb.log")), files, listOnly);
+
+    // Device report: until the device inventory lands, only its name is recorded.
+    Record(files, wxT("devices.txt"));
+
+    static const wxChar* const kExports[][2] = {
+        {wxT("reg export hklm\\system\\currentcontrolset\\enum %s\\enum.reg /y"), wxT("enum.reg")},
+        {wxT("reg export hklm\\system\\currentcontrolset\\services %s\\services.reg /y"), wxT("services.reg")},
+        {wxT("reg export hklm\\BCD00000000 %s\\BCD00000000.reg /y"), wxT("BCD00000000.reg")},
+        {wxT("reg save hklm\\BCD00000000 %s\\BCD00000000.hiv /y"), wxT("BCD00000000.hiv")},
+    };
+    wxArrayString lines;
+    for (const auto& command : kExports)
+    {
+        // The folder goes in unquoted: a path with a space makes these commands fail, silently.
+        if (!listOnly)
+        {
+            RunCommand(wxString::Format(command[0], destFolder), &lines);
+            lines.Clear();
+        }
+        Record(files, command[1]);
+    }
+
+    static const wxChar* const kCaptured[][2] = {
+        {wxT("bcdedit.exe /enum all"), wxT("bcdedit_all.log")},
+        {wxT("wmic qfe list brief /format:texttablewsys"), wxT("wmic_hotfix.log")},
+        {wxT("wmic diskdrive list"), wxT("wmic_disks.log")},
+        {wxT("systeminfo"), wxT("systeminfo.log")},
+    };
+    for (const auto& command : kCaptured)
+    {
+        if (!listOnly)
+        {
+            RunCommand(command[0], &lines);
+            // Lines keep their "\r": written back with "\r\n" they end in "\r\r\n", as support expects.
+            SaveLines(JoinPath(destFolder, command[1]), lines);
+            lines.Clear();
+        }
+        Record(files, command[1]);
+    }
+
+    if (withRecovery)
+    {
+        // Recovery report: until the recovery locator lands, only its names are recorded.
+        Record(files, wxT("recovery_path.log"));
+        if (extended)
+            Record(files, wxT("boot.wim"));
+    }
+
+    if (!listOnly)
+    {
+        wxLog::FlushActive();
+        ZipAdd(zipPath, destFolder, wxString());
+    }
     return true;
 }
