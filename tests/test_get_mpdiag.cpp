@@ -1,0 +1,179 @@
+#include "common.h"
+#include "get_mpdiag.h"
+#include "sample_machine.h"
+
+#include "test_support.h"
+
+#include <wx/wfstream.h>
+#include <wx/zipstrm.h>
+
+#include <windows.h>
+
+#include <memory>
+#include <set>
+
+namespace
+{
+std::set<wxString> ZipNames(const wxString& path)
+{
+    std::set<wxString> names;
+    wxFileInputStream file(path);
+    if (!file.IsOk())
+        return names;
+    wxZipInputStream zip(file, wxConvUTF8);
+    std::unique_ptr<wxZipEntry> entry;
+    while (entry.reset(zip.GetNextEntry()), entry)
+        names.insert(entry->GetInternalName());
+    return names;
+}
+
+// A sample Windows folder in a scratch folder, the product's keys in the registry and the
+// stand-in programs in the system folder (their originals put back afterwards).
+class GetMPDiagTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        BuildSampleWindows(windows);
+        InstallProductKeys(productLogs);
+        for (const wchar_t* name : {L"bcdedit.exe", L"wmic.exe", L"systeminfo.exe"})
+            ::MoveFileW((GetSystemDir() + "\\" + name).wc_str(), (saved.Path() + "\\" + name).wc_str());
+        InstallStandIns(BuildPath("standin.exe"), GetSystemDir());
+    }
+    void TearDown() override
+    {
+        for (const wchar_t* name : {L"bcdedit.exe", L"wmic.exe", L"systeminfo.exe"})
+        {
+            const wxString original = saved.Path() + "\\" + name;
+            const wxString installed = GetSystemDir() + "\\" + name;
+            ::DeleteFileW(installed.wc_str());
+            if (PathExists(original))
+                ::MoveFileW(original.wc_str(), installed.wc_str());
+        }
+        RemoveStandInOverrides();
+        RemoveProductKeys();
+    }
+
+    bool Run(bool extended, std::vector<wxString>* files = nullptr, bool listOnly = false)
+    {
+        return GetMPDiag(dest, windows, zip, extended, true, files, listOnly);
+    }
+
+    ScratchDir dir;
+    ScratchDir saved;
+    wxString windows = dir / "Windows";
+    wxString productLogs = dir / "ProductLogs";
+    wxString dest = dir / "work";
+    wxString zip = dir / "mpdiag.zip";
+};
+
+const std::set<wxString> kCopiedSystemFiles = {
+    "Inf/setupapi.dev.log", "Inf/setupapi.app.log", "Inf/setupapi.offline.log", "setupact.log", "setuperr.log",
+    "WindowsUpdate.log",    "DtcInstall.log",       "debug/netsetup.log",        "debug/mrt/mrt.log",
+    "Logs/CBS/CBS.log",     "Logs/DISM/dism.log",   "Logs/readme.txt",           "System32/wpeinit.log",
+    "System32/winpeshl.log"};
+} // namespace
+
+TEST_F(GetMPDiagTest, NormalRunCollectsFilesCommandsAndArchive)
+{
+    RecordingLog log;
+    EXPECT_TRUE(Run(false));
+
+    std::set<wxString> expected = kCopiedSystemFiles;
+    for (const char* name : {"mp.log", "mpb.log", "enum.reg", "services.reg", "bcdedit_all.log", "wmic_disks.log",
+                             "systeminfo.log"})
+        expected.insert(name);
+    EXPECT_EQ(ZipNames(zip), expected);
+
+    EXPECT_EQ(ReadBytes(dest + "\\mp.log"), "sample System32\\mp.log\r\nsecond line\r\n");
+    EXPECT_EQ(ReadBytes(dest + "\\mpb.log"), "sample product log\r\n");
+    // Each captured line keeps its own CR, and gets CR LF on top.
+    EXPECT_EQ(ReadBytes(dest + "\\bcdedit_all.log"),
+              "\r\r\nBoot Manager\r\r\n-------------\r\r\nidentifier              {bootmgr}\r\r\n\r\r\n"
+              "Boot Loader\r\r\n-----------\r\r\ndescription             Sample \xC3\x9C"
+              "bersicht \xE2\x82\xAC\r\r\n");
+    EXPECT_EQ(ReadBytes(dest + "\\systeminfo.log"),
+              "Host Name:        SAMPLE-PC\r\r\nSystem Locale:    de;Deutsch (\xC3\x96sterreich)\r\r\n\r\r\n\r\r\n");
+    EXPECT_EQ(ReadBytes(dest + "\\wmic_disks.log"), "Caption            Size\r\r\nSAMPLE DISK 0      64424509440\r\r\n");
+    // Output made of line feeds only gives no file.
+    EXPECT_FALSE(PathExists(dest + "\\wmic_hotfix.log"));
+    // The system cannot save a hive here; the run goes on without it.
+    EXPECT_FALSE(PathExists(dest + "\\BCD00000000.hiv"));
+    EXPECT_TRUE(ReadBytes(dest + "\\services.reg").size() > 100);
+    EXPECT_FALSE(PathExists(dest + "\\System32\\WinEvt"));
+    EXPECT_FALSE(PathExists(dest + "\\boot.wim"));
+}
+
+TEST_F(GetMPDiagTest, ExtendedRunAlsoCollectsTheEventLogs)
+{
+    EXPECT_TRUE(Run(true));
+    const std::set<wxString> names = ZipNames(zip);
+    EXPECT_TRUE(names.count("System32/WinEvt/Logs/System.evtx"));
+    EXPECT_TRUE(names.count("System32/WinEvt/Logs/Application.evtx"));
+}
+
+TEST_F(GetMPDiagTest, ListOnlyRunRecordsEverythingInOrderAndProducesNothing)
+{
+    std::vector<wxString> files;
+    RecordingLog log;
+    EXPECT_TRUE(Run(true, &files, true));
+    EXPECT_FALSE(PathExists(dest));
+    EXPECT_FALSE(PathExists(zip));
+
+    // The copier's records come first: every source file of the system items, once per copy
+    // (the two setup logs match "setup*.*" and "*.log"), plus the two event logs.
+    const size_t copied = kCopiedSystemFiles.size() + 2 + 2;
+    ASSERT_EQ(files.size(), copied + 13) << ::testing::PrintToString(files);
+    std::multiset<wxString> sources(files.begin(), files.begin() + copied);
+    EXPECT_EQ(sources.count(windows + "\\setupact.log"), 2u);
+    EXPECT_EQ(sources.count(windows + "\\Inf\\setupapi.dev.log"), 1u);
+    EXPECT_EQ(sources.count(windows + "\\System32\\WinEvt\\Logs\\System.evtx"), 1u);
+    EXPECT_EQ(sources.count(windows + "\\System32\\winpeshl.log"), 1u);
+    const std::vector<wxString> rest(files.begin() + copied, files.end());
+    EXPECT_EQ(rest, (std::vector<wxString>{windows + "\\System32\\mp.log", productLogs + "\\mpb.log", "devices.txt",
+                                           "enum.reg", "services.reg", "BCD00000000.reg", "BCD00000000.hiv",
+                                           "bcdedit_all.log", "wmic_hotfix.log", "wmic_disks.log", "systeminfo.log",
+                                           "recovery_path.log", "boot.wim"}))
+        << "copied part was " << copied;
+}
+
+TEST_F(GetMPDiagTest, ListOnlyWithoutRecoveryOrExtendedLeavesTheirNamesOut)
+{
+    std::vector<wxString> files;
+    EXPECT_TRUE(GetMPDiag(dest, windows, zip, false, false, &files, true));
+    ASSERT_GE(files.size(), 10u);
+    const std::vector<wxString> tail(files.end() - 10, files.end());
+    EXPECT_EQ(tail, (std::vector<wxString>{windows + "\\System32\\mp.log", "devices.txt", "enum.reg", "services.reg",
+                                           "BCD00000000.reg", "BCD00000000.hiv", "bcdedit_all.log",
+                                           "wmic_hotfix.log", "wmic_disks.log", "systeminfo.log"}));
+}
+
+TEST_F(GetMPDiagTest, ExistingProductLogInTheDestinationIsOverwritten)
+{
+    MakeDirs(dest);
+    WriteBytes(dest + "\\mp.log", "stale");
+    Run(false);
+    EXPECT_EQ(ReadBytes(dest + "\\mp.log"), "sample System32\\mp.log\r\nsecond line\r\n");
+}
+
+TEST_F(GetMPDiagTest, SysteminfoThatCannotStartGivesNoFileAndNoMessage)
+{
+    ::DeleteFileW((GetSystemDir() + "\\systeminfo.exe").wc_str());
+    RecordingLog log;
+    EXPECT_TRUE(Run(false));
+    EXPECT_FALSE(PathExists(dest + "\\systeminfo.log"));
+    EXPECT_TRUE(PathExists(dest + "\\bcdedit_all.log"));
+    for (const LogEntry& entry : log.entries)
+        EXPECT_EQ(entry.msg.Lower().Find("systeminfo"), wxNOT_FOUND) << entry;
+}
+
+TEST_F(GetMPDiagTest, SourceThatIsNotAFolderStopsBeforeCollectingAnything)
+{
+    RecordingLog log;
+    EXPECT_FALSE(GetMPDiag(dest, dir / "NoWindows", zip, false, true, nullptr, false));
+    const LogEntry entry = log.Only("Error: !src->IsOk() || !dest->IsOk()\n");
+    EXPECT_EQ(entry.level, wxLOG_Error);
+    EXPECT_EQ(entry.func, "GetMPDiag");
+    EXPECT_FALSE(PathExists(zip));
+    EXPECT_FALSE(PathExists(dest + "\\mp.log"));
+}
