@@ -1,9 +1,19 @@
 #pragma once
 #include "common.h"
 
+#include <vss.h>
+#include <vswriter.h>
+#include <vsbackup.h>
+
 #include <vector>
 
-struct IVssBackupComponents;
+// How the shadow copy library is reached: the real calls unless a test puts fakes here.
+struct VssLibraryCalls
+{
+    HMODULE(WINAPI* loadLibrary)(LPCWSTR name);
+    FARPROC(WINAPI* getProcAddress)(HMODULE module, LPCSTR name);
+};
+extern VssLibraryCalls g_vssLibrary;
 
 // The copier of a local folder. As a source it expands its queued patterns; as a destination
 // it copies each match under its root, or, list-only, just records the source paths.
@@ -33,6 +43,7 @@ public:
 private:
     bool m_readOnly;
     IVssBackupComponents* m_vssBackup;
+    VSS_SNAPSHOT_PROP m_snapshotProp;
     wxString m_origPath;
     wxString m_path;
     std::vector<wxString>* m_copiedFiles;
