@@ -85,15 +85,10 @@ LONG CRegistryKey::QueryValue(const wxString& valueName, DWORD& type, wxMemoryBu
 
 wxMemoryBuffer CRegistryKey::GetBinaryValue(const wxString& valueName)
 {
+    // Whatever the value's type; a failed read leaves the buffer empty.
     wxMemoryBuffer buffer(kInitialValueCapacity);
-    DWORD size = 0;
-    ::RegQueryValueExW(m_handle, valueName.wc_str(), nullptr, nullptr, nullptr, &size);
-    Reserve(buffer, size);
-    size = static_cast<DWORD>(buffer.GetBufSize());
-    if (::RegQueryValueExW(m_handle, valueName.wc_str(), nullptr, nullptr, static_cast<BYTE*>(buffer.GetData()),
-                           &size) != ERROR_SUCCESS)
-        return wxMemoryBuffer();
-    buffer.SetDataLen(size);
+    DWORD type = REG_NONE;
+    QueryValue(valueName, type, buffer);
     return buffer;
 }
 

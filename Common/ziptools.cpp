@@ -8,10 +8,25 @@
 #include <wx/wfstream.h>
 #include <wx/zipstrm.h>
 
+#include <functional>
+
 namespace
 {
 const int kBestCompression = 9;
+
+// Creates the archive and lets `fill` write its entries; the streams close (finishing the
+// archive) when this returns. False when the archive cannot be created.
+bool WithNewArchive(const wxString& zipPath, const std::function<bool(wxZipOutputStream&)>& fill)
+{
+    wxFileOutputStream file(zipPath);
+    if (!file.IsOk())
+        return false;
+    wxZipOutputStream zip(file, kBestCompression, wxConvUTF8);
+    if (!zip.IsOk())
+        return false;
+    return fill(zip);
 }
+} // namespace
 
 wxDirTraverseResult wxDirTraverserZIP::OnFile(const wxString& filename)
 {
@@ -45,13 +60,7 @@ bool ZipAddEntry(wxZipOutputStream& zip, const wxString& name, const wxString& r
 
 bool ZipAddFile(const wxString& zipPath, const wxString& name, const wxString& root)
 {
-    wxFileOutputStream file(zipPath);
-    if (!file.IsOk())
-        return false;
-    wxZipOutputStream zip(file, kBestCompression, wxConvUTF8);
-    if (!zip.IsOk())
-        return false;
-    return ZipAddEntry(zip, name, root);
+    return WithNewArchive(zipPath, [&](wxZipOutputStream& zip) { return ZipAddEntry(zip, name, root); });
 }
 
 bool ZipAdd(const wxString& zipPath, const wxString& source, const wxString& root)
@@ -59,15 +68,12 @@ bool ZipAdd(const wxString& zipPath, const wxString& source, const wxString& roo
     const wxString full = JoinPath(root, source);
     if (DirExists(full))
     {
-        wxFileOutputStream file(zipPath);
-        if (!file.IsOk())
-            return false;
-        wxZipOutputStream zip(file, kBestCompression, wxConvUTF8);
-        if (!zip.IsOk())
-            return false;
-        wxDirTraverserZIP traverser(&zip, full);
-        wxDir dir(full);
-        dir.Traverse(traverser, wxString(), wxDIR_FILES | wxDIR_DIRS | wxDIR_HIDDEN);
+        WithNewArchive(zipPath, [&](wxZipOutputStream& zip) {
+            wxDirTraverserZIP traverser(&zip, full);
+            wxDir dir(full);
+            dir.Traverse(traverser, wxString(), wxDIR_FILES | wxDIR_DIRS | wxDIR_HIDDEN);
+            return true;
+        });
         // The caller never uses the result; a folder always reports false.
         return false;
     }
