@@ -16,18 +16,11 @@ namespace
 std::set<wxString> TreeOf(const wxString& root, const wxString& rel = wxString())
 {
     std::set<wxString> entries;
-    WIN32_FIND_DATAW data;
     const wxString folder = rel.empty() ? root : root + "\\" + rel;
-    HANDLE find = ::FindFirstFileW((folder + "\\*").wc_str(), &data);
-    if (find == INVALID_HANDLE_VALUE)
-        return entries;
-    do
+    for (const WIN32_FIND_DATAW& entry : FindAll(folder + "\\*"))
     {
-        const wxString name(data.cFileName);
-        if (name == "." || name == "..")
-            continue;
-        const wxString path = rel.empty() ? name : rel + "\\" + name;
-        if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+        const wxString path = rel.empty() ? wxString(entry.cFileName) : rel + "\\" + entry.cFileName;
+        if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
         {
             entries.insert(path + "\\");
             for (const wxString& inner : TreeOf(root, path))
@@ -37,8 +30,7 @@ std::set<wxString> TreeOf(const wxString& root, const wxString& rel = wxString()
         {
             entries.insert(path);
         }
-    } while (::FindNextFileW(find, &data));
-    ::FindClose(find);
+    }
     return entries;
 }
 

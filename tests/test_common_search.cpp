@@ -8,30 +8,12 @@ namespace
 {
 std::vector<wxString> Vec(const wxArrayString& array) { return std::vector<wxString>(array.begin(), array.end()); }
 
-// Entries of a folder in the order the system returns them.
-std::vector<WIN32_FIND_DATAW> Listing(const wxString& folder)
-{
-    std::vector<WIN32_FIND_DATAW> entries;
-    WIN32_FIND_DATAW data;
-    HANDLE find = ::FindFirstFileW((folder + "\\*").wc_str(), &data);
-    if (find == INVALID_HANDLE_VALUE)
-        return entries;
-    do
-    {
-        const wxString name(data.cFileName);
-        if (name != "." && name != "..")
-            entries.push_back(data);
-    } while (::FindNextFileW(find, &data));
-    ::FindClose(find);
-    return entries;
-}
-
 // The required order, built independently: a folder's files first, then its subfolders,
 // the last one returned first, each in full before the next.
 void ExpectedOrder(const wxString& base, const wxString& rel, std::vector<wxString>& files)
 {
     std::vector<wxString> folders;
-    for (const WIN32_FIND_DATAW& entry : Listing(base + "\\" + rel))
+    for (const WIN32_FIND_DATAW& entry : FindAll(base + "\\" + rel + "\\*"))
     {
         const wxString path = rel + "\\" + entry.cFileName;
         if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)

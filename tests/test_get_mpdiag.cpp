@@ -17,13 +17,8 @@ namespace
 std::set<wxString> ZipNames(const wxString& path)
 {
     std::set<wxString> names;
-    wxFileInputStream file(path);
-    if (!file.IsOk())
-        return names;
-    wxZipInputStream zip(file, wxConvUTF8);
-    std::unique_ptr<wxZipEntry> entry;
-    while (entry.reset(zip.GetNextEntry()), entry)
-        names.insert(entry->GetInternalName());
+    for (const auto& entry : ReadZip(path))
+        names.insert(entry.first);
     return names;
 }
 

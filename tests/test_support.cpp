@@ -1,9 +1,12 @@
 #include "test_support.h"
 
 #include <wx/filename.h>
+#include <wx/wfstream.h>
+#include <wx/zipstrm.h>
 
 #include <windows.h>
 
+#include <memory>
 #include <sstream>
 
 std::ostream& operator<<(std::ostream& os, const LogEntry& entry)
@@ -113,18 +116,8 @@ void RemoveTree(const wxString& path)
         ::DeleteFileW(path.wc_str());
         return;
     }
-    WIN32_FIND_DATAW data;
-    HANDLE find = ::FindFirstFileW((path + "\\*").wc_str(), &data);
-    if (find != INVALID_HANDLE_VALUE)
-    {
-        do
-        {
-            const wxString name(data.cFileName);
-            if (name != "." && name != "..")
-                RemoveTree(path + "\\" + name);
-        } while (::FindNextFileW(find, &data));
-        ::FindClose(find);
-    }
+    for (const WIN32_FIND_DATAW& entry : FindAll(path + "\\*"))
+        RemoveTree(path + "\\" + entry.cFileName);
     ::RemoveDirectoryW(path.wc_str());
 }
 
@@ -202,13 +195,47 @@ wxString TempFolder()
 std::vector<wxString> TempEntries(const wxString& prefix)
 {
     std::vector<wxString> names;
-    WIN32_FIND_DATAW data;
-    HANDLE find = ::FindFirstFileW((TempFolder() + "\\" + prefix + "*").wc_str(), &data);
-    if (find == INVALID_HANDLE_VALUE)
-        return names;
-    do
-        names.push_back(data.cFileName);
-    while (::FindNextFileW(find, &data));
-    ::FindClose(find);
+    for (const WIN32_FIND_DATAW& entry : FindAll(TempFolder() + "\\" + prefix + "*"))
+        names.push_back(entry.cFileName);
     return names;
+}
+
+std::vector<WIN32_FIND_DATAW> FindAll(const wxString& pattern)
+{
+    std::vector<WIN32_FIND_DATAW> entries;
+    WIN32_FIND_DATAW data;
+    HANDLE find = ::FindFirstFileW(pattern.wc_str(), &data);
+    if (find == INVALID_HANDLE_VALUE)
+        return entries;
+    do
+    {
+        const wxString name(data.cFileName);
+        if (name != "." && name != "..")
+            entries.push_back(data);
+    } while (::FindNextFileW(find, &data));
+    ::FindClose(find);
+    return entries;
+}
+
+std::map<wxString, ZipEntryRead> ReadZip(const wxString& path)
+{
+    std::map<wxString, ZipEntryRead> entries;
+    wxFileInputStream file(path);
+    EXPECT_TRUE(file.IsOk()) << path.utf8_string();
+    if (!file.IsOk())
+        return entries;
+    wxZipInputStream zip(file, wxConvUTF8);
+    std::unique_ptr<wxZipEntry> entry;
+    while (entry.reset(zip.GetNextEntry()), entry)
+    {
+        std::string bytes;
+        char buffer[4096];
+        while (!zip.Eof())
+        {
+            zip.Read(buffer, sizeof buffer);
+            bytes.append(buffer, zip.LastRead());
+        }
+        entries[entry->GetInternalName()] = {bytes, entry->GetMethod(), entry->GetDateTime(), entry->IsDir()};
+    }
+    return entries;
 }

@@ -3,8 +3,13 @@
 // scratch folders that are removed afterwards, and byte-exact file access.
 #include <gtest/gtest.h>
 
+#include <wx/datetime.h>
 #include <wx/log.h>
 #include <wx/string.h>
+
+#include <windows.h>
+
+#include <map>
 
 #include <ostream>
 #include <string>
@@ -94,3 +99,17 @@ int RunToEnd(const wxString& commandLine, const wxString& currentDir = wxString(
 // Names in the temporary folder that begin with `prefix`.
 std::vector<wxString> TempEntries(const wxString& prefix);
 wxString TempFolder();
+
+// The entries matching a search pattern (such as "folder\\*"), in the order the system returns
+// them, without "." and "..".
+std::vector<WIN32_FIND_DATAW> FindAll(const wxString& pattern);
+
+struct ZipEntryRead
+{
+    std::string bytes;
+    int method;
+    wxDateTime time;
+    bool isDir;
+};
+// Every entry of an archive by name, read back with the library's zip reader.
+std::map<wxString, ZipEntryRead> ReadZip(const wxString& path);

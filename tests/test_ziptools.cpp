@@ -14,37 +14,6 @@
 
 namespace
 {
-struct Entry
-{
-    std::string bytes;
-    int method;
-    wxDateTime time;
-    bool isDir;
-};
-
-std::map<wxString, Entry> ReadZip(const wxString& path)
-{
-    std::map<wxString, Entry> entries;
-    wxFileInputStream file(path);
-    EXPECT_TRUE(file.IsOk()) << path.utf8_string();
-    if (!file.IsOk())
-        return entries;
-    wxZipInputStream zip(file, wxConvUTF8);
-    std::unique_ptr<wxZipEntry> entry;
-    while (entry.reset(zip.GetNextEntry()), entry)
-    {
-        std::string bytes;
-        char buffer[4096];
-        while (!zip.Eof())
-        {
-            zip.Read(buffer, sizeof buffer);
-            bytes.append(buffer, zip.LastRead());
-        }
-        entries[entry->GetInternalName()] = {bytes, entry->GetMethod(), entry->GetDateTime(), entry->IsDir()};
-    }
-    return entries;
-}
-
 void SetOldTime(const wxString& path)
 {
     HANDLE file = ::CreateFileW(path.wc_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
@@ -81,7 +50,7 @@ TEST(ZipAdd, FolderGivesEveryFileByRelativeNameAndNoFolderEntries)
     RecordingLog log;
     EXPECT_FALSE(ZipAdd(zip, tree, "")) << "a folder always reports false";
 
-    const std::map<wxString, Entry> entries = ReadZip(zip);
+    const std::map<wxString, ZipEntryRead> entries = ReadZip(zip);
     std::vector<wxString> names;
     for (const auto& item : entries)
         names.push_back(item.first);
@@ -132,7 +101,7 @@ TEST(ZipAdd, FileLockedWithoutSharingGivesAnEmptyEntryAndTheRestFollows)
         ZipAdd(dir / "out.zip", dir / "tree", "");
     }
     ::CloseHandle(holder);
-    const std::map<wxString, Entry> entries = ReadZip(dir / "out.zip");
+    const std::map<wxString, ZipEntryRead> entries = ReadZip(dir / "out.zip");
     ASSERT_EQ(entries.size(), 3u);
     EXPECT_EQ(entries.at("locked.txt").bytes, "");
     EXPECT_EQ(entries.at("a.txt").bytes, "aaa");
@@ -159,7 +128,7 @@ TEST(ZipAdd, SingleFileWithARootIsNamedRelativeToIt)
     MakeDirs(dir / "base\\logs");
     WriteBytes(dir / "base\\logs\\one.log", "one");
     EXPECT_TRUE(ZipAdd(dir / "out.zip", "logs\\one.log", dir / "base"));
-    const std::map<wxString, Entry> entries = ReadZip(dir / "out.zip");
+    const std::map<wxString, ZipEntryRead> entries = ReadZip(dir / "out.zip");
     ASSERT_EQ(entries.size(), 1u);
     EXPECT_EQ(entries.begin()->first, "logs/one.log");
     EXPECT_EQ(entries.begin()->second.bytes, "one");
@@ -170,7 +139,7 @@ TEST(ZipAdd, SingleFileWithAnEmptyRootIsNamedByItsPathWithoutDrive)
     ScratchDir dir;
     WriteBytes(dir / "one.log", "one");
     EXPECT_TRUE(ZipAdd(dir / "out.zip", dir / "one.log", ""));
-    const std::map<wxString, Entry> entries = ReadZip(dir / "out.zip");
+    const std::map<wxString, ZipEntryRead> entries = ReadZip(dir / "out.zip");
     ASSERT_EQ(entries.size(), 1u);
     wxString expected = (dir / "one.log").Mid(3); // no "C:\"
     expected.Replace("\\", "/");
@@ -184,7 +153,7 @@ TEST(ZipAdd, ExistingArchiveIsOverwritten)
     WriteBytes(dir / "tree\\new.txt", "new");
     WriteBytes(dir / "out.zip", std::string(100000, 'x'));
     ZipAdd(dir / "out.zip", dir / "tree", "");
-    const std::map<wxString, Entry> entries = ReadZip(dir / "out.zip");
+    const std::map<wxString, ZipEntryRead> entries = ReadZip(dir / "out.zip");
     ASSERT_EQ(entries.size(), 1u);
     EXPECT_EQ(entries.begin()->first, "new.txt");
 }
@@ -200,7 +169,7 @@ TEST(ZipAdd, DriveRootIsAFolderSource)
     WriteBytes("M:\\root.txt", "r");
     WriteBytes("M:\\inner\\in.txt", "i");
     EXPECT_FALSE(ZipAdd(dir / "out.zip", "M:\\", ""));
-    const std::map<wxString, Entry> entries = ReadZip(dir / "out.zip");
+    const std::map<wxString, ZipEntryRead> entries = ReadZip(dir / "out.zip");
     std::vector<wxString> names;
     for (const auto& item : entries)
         names.push_back(item.first);
