@@ -1,5 +1,6 @@
 #pragma once
-// Read-only registry access below HKEY_LOCAL_MACHINE, and the boot configuration store reader.
+// Read-only registry access below HKEY_LOCAL_MACHINE, and the reader of the boot configuration
+// store that the registry shows as HKLM\BCD00000000.
 #include <wx/arrstr.h>
 #include <wx/buffer.h>
 #include <wx/string.h>
@@ -39,3 +40,12 @@ private:
 
 // The non-empty strings of a REG_MULTI_SZ text, up to the first empty one.
 wxArrayString MultiSzToArray(const wchar_t* text);
+
+// The boot loader object (its key name, braces and all) whose application device is the given
+// partition: an MBR disk's signature and partition offset, or, when `signature` is 0xFFFFFFFF,
+// a GPT disk's and partition's identifiers. Empty when none matches.
+wxString GetCurrentBCDObject(DWORD signature, LONGLONG offset, const GUID& diskGuid, const GUID& partitionGuid);
+// The first object of the object's recovery sequence, or empty.
+wxString GetRecoverBCDObject(const wxString& name);
+// The file that the object's OS device names, as a path on the local volume that holds it, or empty.
+wxString GetBCDObjectPath(const wxString& name);
