@@ -1,5 +1,6 @@
 #include "drivers.h"
 
+#include "BCD.h"
 #include "handles.h"
 #include "mplog.h"
 
@@ -23,6 +24,7 @@ DeviceCalls g_deviceCalls = {
     ::SetupDiEnumDeviceInterfaces,
     ::SetupDiGetDeviceInterfaceDetailW,
     ::SetupDiGetDeviceRegistryPropertyW,
+    ::SetupDiGetDeviceInstanceIdW,
     ::SetupDiDestroyDeviceInfoList,
     ::CM_Get_DevNode_Status,
 };
@@ -70,6 +72,8 @@ const DWORD kExtentsBytes = 1024;
 const DWORD kLayoutBytes = 16536;
 const DWORD kVolumeNameChars = 1024;
 const DWORD kInterfaceDetailBytes = 1024;
+const DWORD kInstanceIdChars = 1024;
+const DWORD kIdValueBytes = 0x10000;
 
 #define DRIVERS_LOG(level, line, func) MP_LOG_AT(level, "drivers", line, func)
 
@@ -131,13 +135,20 @@ void LogHotplugInfo(const wxString& path, DWORD policy)
                                                        static_cast<int>(info.DeviceHotplug));
 }
 
-// The interface path of a working disk, or empty when the device is to be skipped.
-wxString WorkingDiskPath(HDEVINFO set, SP_DEVINFO_DATA& device)
+// A device node that is gone, says nothing, or reports a problem: a disk to leave out, and a
+// device for the inventory to examine.
+bool HasProblem(const SP_DEVINFO_DATA& device)
 {
     ULONG status = 0;
     ULONG problem = 0;
     const CONFIGRET result = g_deviceCalls.getDevNodeStatus(&status, &problem, device.DevInst, 0);
-    if (result == CR_NO_SUCH_DEVNODE || result == CR_NO_SUCH_VALUE || (status & DN_HAS_PROBLEM))
+    return result == CR_NO_SUCH_DEVNODE || result == CR_NO_SUCH_VALUE || (status & DN_HAS_PROBLEM);
+}
+
+// The interface path of a working disk, or empty when the device is to be skipped.
+wxString WorkingDiskPath(HDEVINFO set, SP_DEVINFO_DATA& device)
+{
+    if (HasProblem(device))
         return wxString();
 
     SP_DEVICE_INTERFACE_DATA interfaceData = {};
@@ -152,6 +163,43 @@ wxString WorkingDiskPath(HDEVINFO set, SP_DEVINFO_DATA& device)
     // Room for the terminator is the call's to keep; a reply that lacks one ends at the buffer.
     const size_t chars = (kInterfaceDetailBytes - offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_W, DevicePath)) / 2;
     return wxString(detail->DevicePath, wcsnlen(detail->DevicePath, chars));
+}
+// Appends the upper-cased strings of a REG_MULTI_SZ value below the device's enumeration key.
+void AppendIdValue(HKEY enumKey, const wchar_t* instanceId, const wchar_t* name, wxArrayString& ids)
+{
+    // Two zero characters past the size given to the call close a value that lacks its own.
+    std::vector<BYTE> buffer(kIdValueBytes + 2 * sizeof(wchar_t));
+    DWORD size = kIdValueBytes;
+    if (::RegGetValueW(enumKey, instanceId, name, RRF_RT_REG_MULTI_SZ, nullptr, buffer.data(), &size) == ERROR_SUCCESS)
+        AppendUpper(ids, MultiSzToArray(reinterpret_cast<const wchar_t*>(buffer.data())));
+}
+
+bool AnyMatches(const wxArrayString& ids, const wxString& upperPattern)
+{
+    for (const wxString& id : ids)
+    {
+        if (id.Matches(upperPattern))
+            return true;
+    }
+    return false;
+}
+
+// The device's hardware identifiers, then its compatible ones, all upper-cased.
+wxArrayString DeviceIds(HDEVINFO set, SP_DEVINFO_DATA& device)
+{
+    wxArrayString ids;
+    std::vector<wchar_t> instanceId(kInstanceIdChars);
+    g_deviceCalls.getDeviceInstanceId(set, &device, instanceId.data(), kInstanceIdChars, nullptr);
+    HKEY opened = reinterpret_cast<HKEY>(INVALID_HANDLE_VALUE);
+    ::RegOpenKeyW(HKEY_LOCAL_MACHINE, L"System\\CurrentControlSet\\Enum", &opened);
+    // Only the handle is tested, and only against this value, as the tool always did: a failed
+    // open that clears the handle reads nothing below and leaves the list empty.
+    if (opened == reinterpret_cast<HKEY>(INVALID_HANDLE_VALUE))
+        return ids;
+    const UniqueRegKey enumKey(opened);
+    AppendIdValue(enumKey.Get(), instanceId.data(), L"HardwareID", ids);
+    AppendIdValue(enumKey.Get(), instanceId.data(), L"CompatibleIDs", ids);
+    return ids;
 }
 } // namespace
 
@@ -366,4 +414,31 @@ bool EnumerateAllDisks(wxArrayString& disks)
     for (const wxChar* bus : {wxT("ide#disk"), wxT("scsi#disk"), wxT("usbstor#disk")})
         ok = EnumerateDisks(disks, bus, nullptr) && ok; // every class is listed, whatever the one before did
     return ok;
+}
+
+bool CollectDeviceIds(DeviceIdList& result, const wxString& enumerator, const wxString& pattern, bool includeAll)
+{
+    const wxString upperPattern = pattern.Upper();
+    DeviceSet set(g_deviceCalls.getClassDevs(nullptr, enumerator.empty() ? nullptr : enumerator.wc_str(), nullptr,
+                                             DIGCF_PRESENT | DIGCF_ALLCLASSES, nullptr, nullptr, nullptr));
+    if (!set)
+        return false;
+    SP_DEVINFO_DATA device = {};
+    device.cbSize = sizeof device;
+    for (DWORD index = 0; g_deviceCalls.enumDeviceInfo(set.Get(), index, &device); ++index)
+    {
+        if (!includeAll && !HasProblem(device))
+            continue;
+        const wxArrayString ids = DeviceIds(set.Get(), device);
+        if (ids.empty() || (!upperPattern.empty() && !AnyMatches(ids, upperPattern)))
+            continue;
+        result.push_back(std::make_unique<wxArrayString>(ids));
+    }
+    return true;
+}
+
+void AppendUpper(wxArrayString& target, const wxArrayString& source)
+{
+    for (const wxString& text : source)
+        target.Add(text.Upper());
 }

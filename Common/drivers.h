@@ -1,6 +1,7 @@
 #pragma once
 // Disks and volumes through device I/O controls and the setup API: which disk holds a volume,
 // where the volume starts on it, and how the disk identifies itself (MBR signature or GPT id).
+// And the inventory of devices that lack a working driver, by their identifiers.
 #include <wx/arrstr.h>
 #include <wx/string.h>
 
@@ -9,6 +10,9 @@
 #include <cfgmgr32.h>
 #include <setupapi.h>
 #include <winioctl.h>
+
+#include <memory>
+#include <vector>
 
 // How this module reaches devices: the real calls unless a test puts fakes here. Every handle
 // opened through the table is closed through it too.
@@ -30,6 +34,7 @@ struct DeviceCalls
     decltype(&::SetupDiEnumDeviceInterfaces) enumDeviceInterfaces;
     decltype(&::SetupDiGetDeviceInterfaceDetailW) getDeviceInterfaceDetail;
     decltype(&::SetupDiGetDeviceRegistryPropertyW) getDeviceRegistryProperty;
+    decltype(&::SetupDiGetDeviceInstanceIdW) getDeviceInstanceId;
     decltype(&::SetupDiDestroyDeviceInfoList) destroyDeviceInfoList;
     decltype(&::CM_Get_DevNode_Status) getDevNodeStatus;
 };
@@ -54,3 +59,12 @@ bool GetVolumeOffset(const wxString& volumePath, LONGLONG& offset);
 bool EnumerateDisks(wxArrayString& disks, const wxString& busPattern, const DWORD* wantRemovable);
 // IDE, SCSI and USB storage disks, in that order.
 bool EnumerateAllDisks(wxArrayString& disks);
+
+// One list of identifiers per device: its hardware identifiers, then its compatible ones.
+using DeviceIdList = std::vector<std::unique_ptr<wxArrayString>>;
+
+// Appends to `result` the identifiers (upper-cased) of each present device of `enumerator`
+// (empty: all) that has a problem (or of every device, with `includeAll`) and has an identifier
+// matching the wildcard `pattern` whole (empty: any). False only when the devices cannot be listed.
+bool CollectDeviceIds(DeviceIdList& result, const wxString& enumerator, const wxString& pattern, bool includeAll);
+void AppendUpper(wxArrayString& target, const wxArrayString& source);

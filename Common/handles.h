@@ -73,6 +73,15 @@ struct FindHandleTraits
 };
 using UniqueFind = UniqueHandle<FindHandleTraits>;
 
+// Registry keys: RegOpenKey* leaves NULL behind on failure.
+struct RegKeyTraits
+{
+    using Handle = HKEY;
+    static Handle Empty() noexcept { return nullptr; }
+    static void Close(Handle handle) noexcept { ::RegCloseKey(handle); }
+};
+using UniqueRegKey = UniqueHandle<RegKeyTraits>;
+
 // The two handles CreateProcessW hands back, each owned.
 struct ProcessHandles
 {

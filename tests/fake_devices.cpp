@@ -6,6 +6,8 @@
 namespace
 {
 FakeDevices* g_fake = nullptr;
+const std::wstring kEnum = L"System\\CurrentControlSet\\Enum\\";
+const wchar_t kTestBranch[] = L"MPDIAGTEST";
 
 template <typename Record>
 IoctlReply ReplyOf(const Record& record)
@@ -291,9 +293,11 @@ struct FakeCalls
         return devInst >= 1 && devInst <= g_fake->nodes.size() ? &g_fake->nodes[devInst - 1] : nullptr;
     }
 
-    static HDEVINFO WINAPI GetClassDevs(const GUID* classGuid, PCWSTR, HWND, DWORD flags, HDEVINFO, PCWSTR, PVOID)
+    static HDEVINFO WINAPI GetClassDevs(const GUID* classGuid, PCWSTR enumerator, HWND, DWORD flags, HDEVINFO,
+                                        PCWSTR, PVOID)
     {
         g_fake->classDevsFlags.push_back(flags);
+        g_fake->classDevsEnumerators.push_back(enumerator ? enumerator : L"(none)");
         g_fake->classDevsGuids.push_back(classGuid ? *classGuid : GUID());
         if (g_fake->failDeviceSet)
             return Fail(ERROR_INVALID_FLAGS), INVALID_HANDLE_VALUE;
@@ -377,6 +381,22 @@ struct FakeCalls
         return TRUE;
     }
 
+    static BOOL WINAPI GetDeviceInstanceId(HDEVINFO handle, PSP_DEVINFO_DATA data, PWSTR id, DWORD chars,
+                                           PDWORD required)
+    {
+        if (!Find(handle, FakeDevices::Kind::DeviceSet))
+            return Fail(ERROR_INVALID_HANDLE);
+        const FakeDevNode* node = NodeOf(data->DevInst);
+        if (!node)
+            return Fail(ERROR_NO_SUCH_DEVINST);
+        if (required)
+            *required = static_cast<DWORD>(node->instanceId.size() + 1);
+        if (chars < node->instanceId.size() + 1)
+            return Fail(ERROR_INSUFFICIENT_BUFFER);
+        wcscpy(id, node->instanceId.c_str());
+        return TRUE;
+    }
+
     static BOOL WINAPI DestroyDeviceInfoList(HDEVINFO handle)
     {
         if (!Find(handle, FakeDevices::Kind::DeviceSet))
@@ -408,6 +428,7 @@ FakeDevices::FakeDevices() : m_saved(g_deviceCalls)
                      FakeCalls::EnumDeviceInterfaces,
                      FakeCalls::GetDeviceInterfaceDetail,
                      FakeCalls::GetDeviceRegistryProperty,
+                     FakeCalls::GetDeviceInstanceId,
                      FakeCalls::DestroyDeviceInfoList,
                      FakeCalls::GetDevNodeStatus};
 }
@@ -419,6 +440,32 @@ FakeDevices::~FakeDevices()
 }
 
 FakeDevice& FakeDevices::Add(const std::wstring& path) { return devices[path]; }
+
+FakeDevNode& FakeDevices::AddNode(const std::wstring& name, bool problem)
+{
+    nodes.emplace_back();
+    FakeDevNode& node = nodes.back();
+    node.instanceId = std::wstring(kTestBranch) + L"\\" + name + L"\\1";
+    if (problem)
+    {
+        node.status |= DN_HAS_PROBLEM;
+        node.problem = CM_PROB_FAILED_INSTALL;
+    }
+    return node;
+}
+
+void WriteDeviceIds(const FakeDevNode& node, const wchar_t* value, const std::wstring& multiSz)
+{
+    HKEY key = nullptr;
+    ASSERT_EQ(::RegCreateKeyExW(HKEY_LOCAL_MACHINE, (kEnum + node.instanceId).c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
+                                nullptr, &key, nullptr),
+              ERROR_SUCCESS);
+    ::RegSetValueExW(key, value, 0, REG_MULTI_SZ, reinterpret_cast<const BYTE*>(multiSz.data()),
+                     static_cast<DWORD>(multiSz.size() * sizeof(wchar_t)));
+    ::RegCloseKey(key);
+}
+
+void RemoveTestDeviceIds() { ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, (kEnum + kTestBranch).c_str()); }
 
 HANDLE FakeDevices::NewHandle(Kind kind, const std::wstring& path)
 {

@@ -40,6 +40,7 @@ struct FakeDevice
 struct FakeDevNode
 {
     std::wstring interfacePath; // empty: the node has no disk interface
+    std::wstring instanceId;
     CONFIGRET statusResult = CR_SUCCESS;
     ULONG status = DN_DRIVER_LOADED | DN_STARTED;
     ULONG problem = 0;
@@ -74,6 +75,9 @@ public:
 
     // A device that opens under `path`, with no replies yet.
     FakeDevice& Add(const std::wstring& path);
+    // A present device node whose identifiers lie in the test branch of the device tree;
+    // `problem` marks it as lacking a working driver.
+    FakeDevNode& AddNode(const std::wstring& name, bool problem);
 
     // ---- what happened ----
     std::vector<IoctlCall> ioctls;
@@ -85,6 +89,7 @@ public:
     int drains = 0;                              // GetOverlappedResult calls that waited
     std::vector<DWORD> classDevsFlags;           // one per SetupDiGetClassDevsExW call
     std::vector<GUID> classDevsGuids;
+    std::vector<std::wstring> classDevsEnumerators; // "(none)" for a null enumerator
     int handlesOpen() const { return static_cast<int>(m_open.size()); }
     std::vector<std::string> misuse;             // closes of unknown handles, requests left in flight
 
@@ -116,6 +121,11 @@ private:
     uintptr_t m_nextHandle = 0x10000000;
     DeviceCalls m_saved;
 };
+
+// The real registry's device tree holds the fake nodes' identifiers, below one branch that
+// RemoveTestDeviceIds takes away again.
+void WriteDeviceIds(const FakeDevNode& node, const wchar_t* value, const std::wstring& multiSz);
+void RemoveTestDeviceIds();
 
 // Tests on the fake machine: every handle closed and no call misused by the end of each test.
 class FakeDeviceTest : public ::testing::Test

@@ -463,3 +463,139 @@ TEST_F(EnumerateDisksTest, RemovableFilterKeepsTheAskedKindAndLogsTheHotplugAnsw
     EXPECT_TRUE(EnumerateDisks(fixedDisks, "#disk", &fixedOnly));
     EXPECT_EQ(std::vector<wxString>(fixedDisks.begin(), fixedDisks.end()), (std::vector<wxString>{kScsiDisk}));
 }
+
+// ---- CollectDeviceIds ----
+
+// Device nodes on the fake machine whose identifiers lie in the real registry.
+class CollectDeviceIdsTest : public FakeDeviceTest
+{
+protected:
+    void TearDown() override
+    {
+        RemoveTestDeviceIds();
+        FakeDeviceTest::TearDown();
+    }
+    static std::vector<std::vector<wxString>> Lists(const DeviceIdList& result)
+    {
+        std::vector<std::vector<wxString>> lists;
+        for (const auto& ids : result)
+            lists.emplace_back(ids->begin(), ids->end());
+        return lists;
+    }
+};
+
+TEST_F(CollectDeviceIdsTest, ProblemControllerIsListedWholeAndUpperCasedAndWorkingOneIsNot)
+{
+    const FakeDevNode& working = fake.AddNode(L"sata", false);
+    WriteDeviceIds(working, L"HardwareID", std::wstring(L"PCI\\VEN_8086&DEV_2922\0", 23) + L'\0');
+    WriteDeviceIds(working, L"CompatibleIDs", std::wstring(L"PCI\\CC_0106\0", 12) + L'\0');
+    const FakeDevNode& broken = fake.AddNode(L"raid", true);
+    WriteDeviceIds(broken, L"CompatibleIDs", std::wstring(L"pci\\ven_1000&cc_010400\0pci\\cc_0104\0", 35) + L'\0');
+    WriteDeviceIds(broken, L"HardwareID", std::wstring(L"PCI\\VEN_1000&DEV_0079&SUBSYS_1\0PCI\\VEN_1000&DEV_0079\0", 52) + L'\0');
+
+    DeviceIdList result;
+    EXPECT_TRUE(CollectDeviceIds(result, "", "PCI\\CC_01??", false));
+    const std::vector<std::vector<wxString>> expected = {
+        {"PCI\\VEN_1000&DEV_0079&SUBSYS_1", "PCI\\VEN_1000&DEV_0079", "PCI\\VEN_1000&CC_010400", "PCI\\CC_0104"}};
+    EXPECT_EQ(Lists(result), expected);
+    EXPECT_EQ(fake.classDevsFlags, std::vector<DWORD>{DIGCF_PRESENT | DIGCF_ALLCLASSES});
+    EXPECT_EQ(FormatGuid(fake.classDevsGuids[0]), L"00000000-0000-0000-0000-000000000000") << "no class";
+    EXPECT_EQ(fake.classDevsEnumerators, std::vector<std::wstring>{L"(none)"});
+    EXPECT_TRUE(log.entries.empty()) << log.Dump();
+}
+
+TEST_F(CollectDeviceIdsTest, PatternMatchesWholeIdentifiersWithoutRegardToCase)
+{
+    const FakeDevNode& shortForm = fake.AddNode(L"short", true);
+    WriteDeviceIds(shortForm, L"CompatibleIDs", std::wstring(L"pci\\cc_0106\0", 12) + L'\0');
+    const FakeDevNode& longForm = fake.AddNode(L"long", true);
+    WriteDeviceIds(longForm, L"CompatibleIDs", std::wstring(L"PCI\\CC_010601\0", 14) + L'\0');
+    const FakeDevNode& network = fake.AddNode(L"nic", true);
+    WriteDeviceIds(network, L"CompatibleIDs", std::wstring(L"PCI\\CC_0200\0", 12) + L'\0');
+
+    DeviceIdList result;
+    EXPECT_TRUE(CollectDeviceIds(result, "", "pci\\cc_01??", false));
+    EXPECT_EQ(Lists(result), (std::vector<std::vector<wxString>>{{"PCI\\CC_0106"}}));
+}
+
+TEST_F(CollectDeviceIdsTest, DeviceWithoutIdentifiersIsNeverListed)
+{
+    fake.AddNode(L"bare", true);
+    fake.AddNode(L"unregistered", false).instanceId = L"MPDIAGTEST\\NOWHERE\\1";
+    DeviceIdList result;
+    EXPECT_TRUE(CollectDeviceIds(result, "", "", true));
+    EXPECT_TRUE(result.empty());
+}
+
+TEST_F(CollectDeviceIdsTest, CallsAccumulateAndIncludeAllListsWorkingDevices)
+{
+    const FakeDevNode& disk = fake.AddNode(L"disk", false);
+    WriteDeviceIds(disk, L"HardwareID", std::wstring(L"PCI\\CC_0106\0", 12) + L'\0');
+    const FakeDevNode& nic = fake.AddNode(L"nic", true);
+    WriteDeviceIds(nic, L"HardwareID", std::wstring(L"PCI\\CC_0200\0", 12) + L'\0');
+
+    DeviceIdList result;
+    EXPECT_TRUE(CollectDeviceIds(result, "PCI", "PCI\\CC_02??", false));
+    EXPECT_TRUE(CollectDeviceIds(result, "PCI", "PCI\\CC_01??", true));
+    EXPECT_TRUE(CollectDeviceIds(result, "", "", true));
+    const std::vector<std::vector<wxString>> expected = {
+        {"PCI\\CC_0200"}, {"PCI\\CC_0106"}, {"PCI\\CC_0106"}, {"PCI\\CC_0200"}};
+    EXPECT_EQ(Lists(result), expected);
+    EXPECT_EQ(fake.classDevsEnumerators, (std::vector<std::wstring>{L"PCI", L"PCI", L"(none)"}));
+}
+
+TEST_F(CollectDeviceIdsTest, VanishedOrSilentNodesAreStillExamined)
+{
+    FakeDevNode& vanished = fake.AddNode(L"vanished", false);
+    vanished.statusResult = CR_NO_SUCH_DEVNODE;
+    WriteDeviceIds(vanished, L"HardwareID", std::wstring(L"PCI\\CC_0106\0", 12) + L'\0');
+    FakeDevNode& silent = fake.AddNode(L"silent", false);
+    silent.statusResult = CR_NO_SUCH_VALUE;
+    WriteDeviceIds(silent, L"HardwareID", std::wstring(L"PCI\\CC_0107\0", 12) + L'\0');
+    FakeDevNode& failing = fake.AddNode(L"failing", false);
+    failing.statusResult = CR_FAILURE;
+    WriteDeviceIds(failing, L"HardwareID", std::wstring(L"PCI\\CC_0108\0", 12) + L'\0');
+
+    DeviceIdList result;
+    EXPECT_TRUE(CollectDeviceIds(result, "", "", false));
+    EXPECT_EQ(Lists(result), (std::vector<std::vector<wxString>>{{"PCI\\CC_0106"}, {"PCI\\CC_0107"}}));
+}
+
+TEST_F(CollectDeviceIdsTest, NoDeviceSetIsTheOnlyFailureAndKeepsTheList)
+{
+    fake.failDeviceSet = true;
+    DeviceIdList result;
+    result.push_back(std::make_unique<wxArrayString>());
+    EXPECT_FALSE(CollectDeviceIds(result, "", "", true));
+    EXPECT_EQ(result.size(), 1u);
+}
+
+TEST_F(CollectDeviceIdsTest, IdentifierValuesWithoutTheirClosingStringOrOf64KiBStayInside)
+{
+    const FakeDevNode& open = fake.AddNode(L"open", true);
+    WriteDeviceIds(open, L"HardwareID", L"PCI\\CC_0106");
+    const FakeDevNode& huge = fake.AddNode(L"huge", true);
+    WriteDeviceIds(huge, L"HardwareID", std::wstring(32767, L'x') + L'\0');
+    const FakeDevNode& full = fake.AddNode(L"full", true);
+    WriteDeviceIds(full, L"HardwareID", std::wstring(32768, L'y'));
+
+    DeviceIdList result;
+    EXPECT_TRUE(CollectDeviceIds(result, "", "", false));
+    // A 64 KiB value with no room left for its terminator does not fit the read: that device
+    // has no identifiers and is left out.
+    ASSERT_EQ(result.size(), 2u);
+    EXPECT_EQ(Lists(result)[0], std::vector<wxString>{"PCI\\CC_0106"});
+    EXPECT_EQ((*result[1])[0], wxString(32767, 'X')) << "one identifier of 32767 characters, whole";
+}
+
+TEST(AppendUpper, AppendsUpperCasedCopiesInOrder)
+{
+    wxArrayString target;
+    target.Add("kept");
+    wxArrayString source;
+    source.Add("pci\\ven_8086");
+    source.Add("Pci\\Cc_0106");
+    AppendUpper(target, source);
+    EXPECT_EQ(std::vector<wxString>(target.begin(), target.end()),
+              (std::vector<wxString>{"kept", "PCI\\VEN_8086", "PCI\\CC_0106"}));
+}
