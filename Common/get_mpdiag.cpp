@@ -1,7 +1,9 @@
 #include "get_mpdiag.h"
 
 #include "CFileCopierFS.h"
+#include "CRecovery.h"
 #include "common.h"
+#include "drivers.h"
 #include "mplog.h"
 #include "ziptools.h"
 
@@ -65,6 +67,42 @@ bool CopySystemFiles(const wxString& destFolder, const wxString& systemRoot, boo
     return true;
 }
 
+// Storage and network controllers without a working driver: "Device N:", then each identifier
+// behind a tab.
+void WriteDeviceReport(const wxString& destFolder)
+{
+    DeviceIdList devices;
+    CollectDeviceIds(devices, wxString(), wxT("PCI\\CC_01??"), false);
+    CollectDeviceIds(devices, wxString(), wxT("PCI\\CC_02??"), false);
+    wxArrayString lines;
+    for (size_t i = 0; i < devices.size(); ++i)
+    {
+        lines.Add(wxString::Format(wxT("Device %d:"), static_cast<int>(i)));
+        for (const wxString& id : *devices[i])
+            lines.Add(wxString::Format(wxT("\t%s"), id));
+    }
+    SaveLines(JoinPath(destFolder, wxT("devices.txt")), lines);
+}
+
+// Where the recovery image lies, and in an extended run a copy of it.
+void WriteRecoveryReport(const wxString& destFolder, bool extended, std::vector<wxString>* files, bool listOnly)
+{
+    const wxString image = listOnly ? wxString() : GetCRecoveryPath();
+    if (!image.empty())
+        SaveLines(JoinPath(destFolder, wxT("recovery_path.log")), wxArrayString(1, &image));
+    Record(files, wxT("recovery_path.log"));
+    if (!extended)
+        return;
+    if (!listOnly)
+    {
+        // Whatever was found: with nothing found the copy fails, quietly.
+        const wxString copy = JoinPath(destFolder, wxT("boot.wim"));
+        ::CopyFileW(image.wc_str(), copy.wc_str(), FALSE);
+        ::SetFileAttributesW(copy.wc_str(), FILE_ATTRIBUTE_NORMAL);
+    }
+    Record(files, wxT("boot.wim"));
+}
+
 void CopyProductLog(const wxString& source, const wxString& target, std::vector<wxString>* files, bool listOnly)
 {
     if (!listOnly)
@@ -84,7 +122,8 @@ bool GetMPDiag(const wxString& destFolder, const wxString& systemRoot, const wxS
     if (withRecovery)
         CopyProductLog(GetProductLogPath(), JoinPath(destFolder, wxT("mpb.log")), files, listOnly);
 
-    // Device report: until the device inventory lands, only its name is recorded.
+    if (!listOnly)
+        WriteDeviceReport(destFolder);
     Record(files, wxT("devices.txt"));
 
     static const wxChar* const kExports[][2] = {
@@ -124,12 +163,7 @@ bool GetMPDiag(const wxString& destFolder, const wxString& systemRoot, const wxS
     }
 
     if (withRecovery)
-    {
-        // Recovery report: until the recovery locator lands, only its names are recorded.
-        Record(files, wxT("recovery_path.log"));
-        if (extended)
-            Record(files, wxT("boot.wim"));
-    }
+        WriteRecoveryReport(destFolder, extended, files, listOnly);
 
     if (!listOnly)
     {

@@ -2,6 +2,8 @@
 #include "get_mpdiag.h"
 #include "sample_machine.h"
 
+#include "fake_devices.h"
+
 #include "test_support.h"
 
 #include <wx/wfstream.h>
@@ -9,6 +11,8 @@
 
 #include <windows.h>
 
+#include <algorithm>
+#include <initializer_list>
 #include <memory>
 #include <set>
 
@@ -34,9 +38,11 @@ protected:
         for (const wchar_t* name : {L"bcdedit.exe", L"wmic.exe", L"systeminfo.exe"})
             ::MoveFileW((GetSystemDir() + "\\" + name).wc_str(), (saved.Path() + "\\" + name).wc_str());
         InstallStandIns(BuildPath("standin.exe"), GetSystemDir());
+        ::SetEnvironmentVariableW(L"MPDIAG_STANDIN_LINE_FEEDS", L"1");
     }
     void TearDown() override
     {
+        ::SetEnvironmentVariableW(L"MPDIAG_STANDIN_LINE_FEEDS", nullptr);
         for (const wchar_t* name : {L"bcdedit.exe", L"wmic.exe", L"systeminfo.exe"})
         {
             const wxString original = saved.Path() + "\\" + name;
@@ -171,4 +177,121 @@ TEST_F(GetMPDiagTest, SourceThatIsNotAFolderStopsBeforeCollectingAnything)
     EXPECT_EQ(entry.func, "GetMPDiag");
     EXPECT_FALSE(PathExists(zip));
     EXPECT_FALSE(PathExists(dest + "\\mp.log"));
+}
+
+// ---- the device and recovery reports ----
+
+namespace
+{
+// A REG_MULTI_SZ text: each identifier with its zero, then the closing one.
+std::wstring MultiSzText(std::initializer_list<const wchar_t*> ids)
+{
+    std::wstring text;
+    for (const wchar_t* id : ids)
+        text.append(id).push_back(L'\0');
+    text.push_back(L'\0');
+    return text;
+}
+} // namespace
+
+// Device nodes on a fake machine (no disks there, so no store walk gets far), and the system
+// drive's "\Recovery" folder made by the test itself.
+class GetMPDiagReportTest : public GetMPDiagTest
+{
+protected:
+    void SetUp() override
+    {
+        GetMPDiagTest::SetUp();
+        RemoveTree("C:\\Recovery");
+    }
+    void TearDown() override
+    {
+        RemoveTree("C:\\Recovery");
+        RemoveTestDeviceIds();
+        GetMPDiagTest::TearDown();
+        EXPECT_EQ(fake.handlesOpen(), 0);
+    }
+
+    void Controller(const std::wstring& name, bool problem, std::initializer_list<const wchar_t*> hardwareIds,
+                    std::initializer_list<const wchar_t*> compatibleIds)
+    {
+        const FakeDevNode& node = fake.AddNode(name, problem);
+        WriteDeviceIds(node, L"HardwareID", MultiSzText(hardwareIds));
+        WriteDeviceIds(node, L"CompatibleIDs", MultiSzText(compatibleIds));
+    }
+    void Image()
+    {
+        MakeDirs("C:\\Recovery\\WindowsRE");
+        WriteBytes(image, std::string(70000, 'w') + "image end");
+        ::SetFileAttributesW(image.wc_str(), FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
+    }
+
+    FakeDevices fake;
+    const wxString image = "C:\\Recovery\\WindowsRE\\WinRE.wim";
+};
+
+TEST_F(GetMPDiagReportTest, DeviceReportNumbersStorageThenNetworkControllersAcrossBothClasses)
+{
+    Controller(L"nic", true, {L"PCI\\VEN_8086&DEV_10D3"}, {L"PCI\\CC_020000", L"pci\\cc_0200"});
+    Controller(L"sata", false, {L"PCI\\VEN_8086&DEV_2922"}, {L"PCI\\CC_0106"});
+    Controller(L"raid", true, {L"PCI\\VEN_1000&DEV_0079"}, {L"PCI\\CC_0104"});
+    Controller(L"usb", true, {L"PCI\\VEN_8086&DEV_1E31"}, {L"PCI\\CC_0C03"});
+    EXPECT_TRUE(Run(false));
+    EXPECT_EQ(ReadBytes(dest + "\\devices.txt"), "Device 0:\r\n"
+                                                 "\tPCI\\VEN_1000&DEV_0079\r\n"
+                                                 "\tPCI\\CC_0104\r\n"
+                                                 "Device 1:\r\n"
+                                                 "\tPCI\\VEN_8086&DEV_10D3\r\n"
+                                                 "\tPCI\\CC_020000\r\n"
+                                                 "\tPCI\\CC_0200\r\n");
+    EXPECT_TRUE(ZipNames(zip).count("devices.txt"));
+}
+
+TEST_F(GetMPDiagReportTest, NoControllerInTroubleGivesNoDeviceReport)
+{
+    Controller(L"sata", false, {L"PCI\\VEN_8086&DEV_2922"}, {L"PCI\\CC_0106"});
+    Controller(L"usb", true, {L"PCI\\VEN_8086&DEV_1E31"}, {L"PCI\\CC_0C03"});
+    EXPECT_TRUE(Run(false));
+    EXPECT_FALSE(PathExists(dest + "\\devices.txt"));
+    EXPECT_TRUE(PathExists(dest + "\\mp.log")) << "the run went on";
+}
+
+TEST_F(GetMPDiagReportTest, FoundImageIsReportedAndCopiedOnlyInAnExtendedRun)
+{
+    Image();
+    EXPECT_TRUE(Run(false));
+    EXPECT_EQ(ReadBytes(dest + "\\recovery_path.log"), "C:\\Recovery\\WindowsRE\\WinRE.wim\r\n");
+    EXPECT_FALSE(PathExists(dest + "\\boot.wim"));
+
+    RemoveTree(dest);
+    EXPECT_TRUE(Run(true));
+    EXPECT_EQ(ReadBytes(dest + "\\boot.wim"), ReadBytes(image));
+    // The copy takes the image's attributes along; the report clears them (Wine then shows the
+    // archive bit alone).
+    ASSERT_TRUE(AttributesOf(image) & FILE_ATTRIBUTE_HIDDEN);
+    EXPECT_EQ(AttributesOf(dest + "\\boot.wim") & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN), 0u);
+    EXPECT_EQ(ReadZip(zip)["boot.wim"].bytes, ReadBytes(image));
+}
+
+TEST_F(GetMPDiagReportTest, NoImageFoundGivesNeitherReportNorCopy)
+{
+    RecordingLog log;
+    EXPECT_TRUE(Run(true));
+    EXPECT_FALSE(PathExists(dest + "\\recovery_path.log"));
+    EXPECT_FALSE(PathExists(dest + "\\boot.wim"));
+    EXPECT_EQ(log.Count(wxLOG_Error, "Can't get system drive"), 1) << log.Dump();
+}
+
+TEST_F(GetMPDiagReportTest, ListOnlyRunsNeitherTheInventoryNorTheSearch)
+{
+    Controller(L"raid", true, {L"PCI\\VEN_1000&DEV_0079"}, {L"PCI\\CC_0104"});
+    std::vector<wxString> files;
+    RecordingLog log;
+    EXPECT_TRUE(Run(true, &files, true));
+    EXPECT_TRUE(fake.classDevsFlags.empty()) << "no device set was asked for";
+    EXPECT_TRUE(fake.opened.empty()) << "no device was opened";
+    EXPECT_TRUE(log.entries.empty()) << log.Dump();
+    const std::vector<wxString> tail(files.end() - 2, files.end());
+    EXPECT_EQ(tail, (std::vector<wxString>{"recovery_path.log", "boot.wim"}));
+    EXPECT_NE(std::find(files.begin(), files.end(), wxString("devices.txt")), files.end());
 }
