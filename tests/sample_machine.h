@@ -10,5 +10,9 @@ void RemoveProductKeys();
 // The stand-in programs for bcdedit, wmic and systeminfo, copied into `systemDir`.
 void InstallStandIns(const wxString& standinExe, const wxString& systemDir);
 void RemoveStandInOverrides();
+// PCI controllers in the device tree: a working disk controller, and a disk controller and a
+// network adapter whose drivers are missing; and the configuration manager's stand-in, which
+// reports those two as problem devices.
+void InstallSampleDevices(const wxString& standinDll, const wxString& systemDir);
 // A recovery image below "\Recovery" of the drive root `driveRoot` ("C:\").
 void MakeRecoveryImage(const wxString& driveRoot);

@@ -1,6 +1,7 @@
 // Stands in for bcdedit, wmic and systeminfo on the sample machine: it answers by the name it
 // was started under. The outputs exercise the line rules of the collection: CR LF lines,
-// blank CR LF lines, output made only of line feeds, and UTF-8 text outside ASCII.
+// blank CR LF lines, UTF-8 text outside ASCII, and, with MPDIAG_STANDIN_LINE_FEEDS set in the
+// environment, a hotfix list made only of line feeds.
 #include <windows.h>
 
 #include <cstring>
@@ -34,9 +35,14 @@ int main(int argc, char** argv)
         Put("\r\nBoot Manager\r\n-------------\r\nidentifier              {bootmgr}\r\n\r\n"
             "Boot Loader\r\n-----------\r\ndescription             Sample \xC3\x9C" "bersicht \xE2\x82\xAC\r\n");
     }
-    else if (name == "wmic.exe" && args == "qfe")
+    else if (name == "wmic.exe" && args == "qfe" && ::GetEnvironmentVariableA("MPDIAG_STANDIN_LINE_FEEDS", nullptr, 0))
     {
         Put("\n\n\n");
+    }
+    else if (name == "wmic.exe" && args == "qfe")
+    {
+        Put("Description      HotFixID   InstalledOn\r\nUpdate           KB5012170  8/9/2022\r\n"
+            "Security Update  KB5031539  10/10/2023\r\n");
     }
     else if (name == "wmic.exe")
     {
