@@ -3,6 +3,7 @@
 #include "common.h"
 #include "get_mpdiag.h"
 #include "temp_folder.h"
+#include "unattended.h"
 
 #include <wx/dir.h>
 #include <wx/filename.h>
@@ -14,12 +15,16 @@
 
 int main(int argc, char** argv)
 {
+    // First of all: the tool runs elevated from wherever it was copied to.
+    RestrictDllSearchToSystemFolder();
+
     wxInitializer initializer;
     if (!initializer.IsOk())
     {
         fputs("Failed to initialize the wxWidgets library, aborting.", stderr);
         return -1;
     }
+    LogAssertionsInsteadOfAsking();
 
     const bool extended = IsExtendedRun(argc, argv);
     // Not checked on purpose: with no folder the run still goes on against relative paths.
