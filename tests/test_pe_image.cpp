@@ -144,3 +144,42 @@ TEST_F(MpdiagImage, ManifestRequiresAdministrator)
     ASSERT_FALSE(manifest.empty()) << "no manifest resource";
     EXPECT_NE(manifest.find("level=\"requireAdministrator\""), std::string::npos) << manifest;
 }
+
+namespace
+{
+// One text of the version resource's US English, Unicode table.
+wxString VersionText(const std::vector<BYTE>& info, const wchar_t* name)
+{
+    void* value = nullptr;
+    UINT chars = 0;
+    const std::wstring path = std::wstring(L"\\StringFileInfo\\040904b0\\") + name;
+    if (!::VerQueryValueW(info.data(), path.c_str(), &value, &chars) || !value)
+        return "(missing)";
+    return wxString(static_cast<const wchar_t*>(value));
+}
+} // namespace
+
+TEST(MpdiagVersion, ResourceCarriesTheProjectVersionAndNames)
+{
+    const wxString exe = BuildPath("mpdiag.exe");
+    const DWORD size = ::GetFileVersionInfoSizeW(exe.wc_str(), nullptr);
+    ASSERT_GT(size, 0u) << "no version resource";
+    std::vector<BYTE> info(size);
+    ASSERT_TRUE(::GetFileVersionInfoW(exe.wc_str(), 0, size, info.data()));
+
+    VS_FIXEDFILEINFO* fixed = nullptr;
+    UINT length = 0;
+    ASSERT_TRUE(::VerQueryValueW(info.data(), L"\\", reinterpret_cast<void**>(&fixed), &length));
+    EXPECT_EQ(fixed->dwSignature, 0xFEEF04BDu);
+    EXPECT_EQ(fixed->dwFileVersionMS, static_cast<DWORD>(MPDIAG_VERSION_MAJOR << 16 | MPDIAG_VERSION_MINOR));
+    EXPECT_EQ(fixed->dwFileVersionLS, static_cast<DWORD>(MPDIAG_VERSION_PATCH << 16));
+    EXPECT_EQ(fixed->dwProductVersionMS, fixed->dwFileVersionMS);
+    EXPECT_EQ(fixed->dwFileType, static_cast<DWORD>(VFT_APP));
+
+    EXPECT_EQ(VersionText(info, L"FileVersion"), MPDIAG_VERSION_TEXT);
+    EXPECT_EQ(VersionText(info, L"ProductVersion"), MPDIAG_VERSION_TEXT);
+    EXPECT_EQ(VersionText(info, L"ProductName"), "mpdiag");
+    EXPECT_EQ(VersionText(info, L"OriginalFilename"), "mpdiag.exe");
+    EXPECT_TRUE(VersionText(info, L"FileDescription").StartsWith("Diagnostic collector"));
+    EXPECT_TRUE(VersionText(info, L"LegalCopyright").StartsWith("Copyright (C) "));
+}
