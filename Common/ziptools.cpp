@@ -5,14 +5,19 @@
 
 #include <wx/datetime.h>
 #include <wx/filename.h>
+#include <wx/stream.h>
 #include <wx/wfstream.h>
 #include <wx/zipstrm.h>
 
 #include <functional>
+#include <vector>
 
 namespace
 {
 const int kBestCompression = 9;
+// Large reads and writes: the files are logs and images of up to gigabytes, and under an
+// emulation layer every system call costs.
+const size_t kChunkBytes = 1 << 20;
 
 // Creates the archive and lets `fill` write its entries; the streams close (finishing the
 // archive) when this returns. False when the archive cannot be created.
@@ -21,10 +26,22 @@ bool WithNewArchive(const wxString& zipPath, const std::function<bool(wxZipOutpu
     wxFileOutputStream file(zipPath);
     if (!file.IsOk())
         return false;
-    wxZipOutputStream zip(file, kBestCompression, wxConvUTF8);
+    wxBufferedOutputStream buffered(file, kChunkBytes);
+    wxZipOutputStream zip(buffered, kBestCompression, wxConvUTF8);
     if (!zip.IsOk())
         return false;
     return fill(zip);
+}
+// Until the input ends or the output refuses part of a chunk.
+void CopyStream(wxInputStream& input, wxOutputStream& output)
+{
+    std::vector<char> chunk(kChunkBytes);
+    for (;;)
+    {
+        const size_t read = input.Read(chunk.data(), chunk.size()).LastRead();
+        if (read == 0 || output.Write(chunk.data(), read).LastWrite() != read)
+            return;
+    }
 }
 } // namespace
 
@@ -54,7 +71,7 @@ bool ZipAddEntry(wxZipOutputStream& zip, const wxString& name, const wxString& r
     // from the unopened file would only raise a library assertion.
     wxFileInputStream input(path);
     if (input.IsOk())
-        zip.Write(input);
+        CopyStream(input, zip);
     return zip.CloseEntry();
 }
 
