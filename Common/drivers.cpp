@@ -31,38 +31,24 @@ DeviceCalls g_deviceCalls = {
 
 namespace
 {
-// Owners for what this module opens; they close through the table that opened them.
-struct DeviceFileTraits
+// Owners for what this module opens; they close through the table that opened them. Each names
+// the empty value its creator fails with.
+template <typename H, typename CloseCall, CloseCall DeviceCalls::*close, bool emptyIsNull>
+struct DeviceTraits
 {
-    using Handle = HANDLE;
-    static Handle Empty() noexcept { return INVALID_HANDLE_VALUE; }
-    static void Close(Handle handle) noexcept { g_deviceCalls.closeHandle(handle); }
+    using Handle = H;
+    static Handle Empty() noexcept { return emptyIsNull ? nullptr : INVALID_HANDLE_VALUE; }
+    static void Close(Handle handle) noexcept { (g_deviceCalls.*close)(handle); }
 };
-using DeviceFile = UniqueHandle<DeviceFileTraits>;
+template <typename CloseCall, CloseCall DeviceCalls::*close, bool emptyIsNull, typename H = HANDLE>
+using DeviceOwner = UniqueHandle<DeviceTraits<H, CloseCall, close, emptyIsNull>>;
 
-struct DeviceEventTraits
-{
-    using Handle = HANDLE;
-    static Handle Empty() noexcept { return nullptr; }
-    static void Close(Handle handle) noexcept { g_deviceCalls.closeHandle(handle); }
-};
-using DeviceEvent = UniqueHandle<DeviceEventTraits>;
-
-struct VolumeFindTraits
-{
-    using Handle = HANDLE;
-    static Handle Empty() noexcept { return INVALID_HANDLE_VALUE; }
-    static void Close(Handle handle) noexcept { g_deviceCalls.findVolumeClose(handle); }
-};
-using VolumeFind = UniqueHandle<VolumeFindTraits>;
-
-struct DeviceSetTraits
-{
-    using Handle = HDEVINFO;
-    static Handle Empty() noexcept { return INVALID_HANDLE_VALUE; }
-    static void Close(Handle handle) noexcept { g_deviceCalls.destroyDeviceInfoList(handle); }
-};
-using DeviceSet = UniqueHandle<DeviceSetTraits>;
+using CloseCall = decltype(&::CloseHandle);
+using DeviceFile = DeviceOwner<CloseCall, &DeviceCalls::closeHandle, false>;
+using DeviceEvent = DeviceOwner<CloseCall, &DeviceCalls::closeHandle, true>;
+using VolumeFind = DeviceOwner<decltype(&::FindVolumeClose), &DeviceCalls::findVolumeClose, false>;
+using DeviceSet =
+    DeviceOwner<decltype(&::SetupDiDestroyDeviceInfoList), &DeviceCalls::destroyDeviceInfoList, false, HDEVINFO>;
 
 // {53F56307-B6BF-11D0-94F2-00A0C91EFB8B}: the disk device interface class.
 const GUID kDiskInterface = {0x53f56307, 0xb6bf, 0x11d0, {0x94, 0xf2, 0x00, 0xa0, 0xc9, 0x1e, 0xfb, 0x8b}};
