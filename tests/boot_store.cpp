@@ -1,5 +1,7 @@
 #include "boot_store.h"
 
+#include "sample_machine.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -58,10 +60,7 @@ std::string OsDeviceElement(const PartitionIdentity& partition, const std::wstri
 
 std::string MultiSz(const std::vector<std::wstring>& strings)
 {
-    std::wstring text;
-    for (const std::wstring& s : strings)
-        text += s + L'\0';
-    text += L'\0';
+    const std::wstring text = MultiSzText(strings);
     return std::string(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t));
 }
 

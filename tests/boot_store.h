@@ -27,7 +27,7 @@ std::string AppDeviceElement(const PartitionIdentity& partition, size_t size = 8
 // A ramdisk OS device (element 21000001) naming `imagePath` (with its terminating zero) on the
 // partition; the fields lie at bytes 84 and 108, the path from byte 140.
 std::string OsDeviceElement(const PartitionIdentity& partition, const std::wstring& imagePath);
-// REG_MULTI_SZ bytes: each string with its zero, then the closing empty string.
+// The bytes of a REG_MULTI_SZ value (MultiSzText's text).
 std::string MultiSz(const std::vector<std::wstring>& strings);
 
 class BootStore

@@ -441,6 +441,30 @@ FakeDevices::~FakeDevices()
 
 FakeDevice& FakeDevices::Add(const std::wstring& path) { return devices[path]; }
 
+FakeDevNode& FakeDevices::AddDiskNode(const std::wstring& interfacePath)
+{
+    nodes.emplace_back();
+    nodes.back().interfacePath = interfacePath;
+    return nodes.back();
+}
+
+FakeDevice& FakeDevices::AddDisk(const std::wstring& path, IoctlReply number, IoctlReply layout)
+{
+    AddDiskNode(path);
+    FakeDevice& disk = Add(path);
+    disk.replies[IOCTL_STORAGE_GET_DEVICE_NUMBER] = number;
+    disk.replies[IOCTL_DISK_GET_DRIVE_LAYOUT_EX] = layout;
+    return disk;
+}
+
+FakeDevice& FakeDevices::AddVolume(const std::wstring& path, IoctlReply number, IoctlReply partition)
+{
+    FakeDevice& volume = Add(path);
+    volume.replies[IOCTL_STORAGE_GET_DEVICE_NUMBER] = number;
+    volume.replies[IOCTL_DISK_GET_PARTITION_INFO_EX] = partition;
+    return volume;
+}
+
 FakeDevNode& FakeDevices::AddNode(const std::wstring& name, bool problem)
 {
     nodes.emplace_back();

@@ -75,6 +75,12 @@ public:
 
     // A device that opens under `path`, with no replies yet.
     FakeDevice& Add(const std::wstring& path);
+    // A present disk listed under `interfacePath` by the setup API.
+    FakeDevNode& AddDiskNode(const std::wstring& interfacePath);
+    // That disk, opened by the same path, answering its number and layout.
+    FakeDevice& AddDisk(const std::wstring& path, IoctlReply number, IoctlReply layout);
+    // A volume device answering its number and partition record.
+    FakeDevice& AddVolume(const std::wstring& path, IoctlReply number, IoctlReply partition);
     // A present device node whose identifiers lie in the test branch of the device tree;
     // `problem` marks it as lacking a working driver.
     FakeDevNode& AddNode(const std::wstring& name, bool problem);

@@ -4,7 +4,6 @@
 
 #include <windows.h>
 
-#include <initializer_list>
 #include <string>
 
 namespace
@@ -79,21 +78,22 @@ void InstallDevice(const wchar_t* instanceId, const wchar_t* classGuid, const st
                       nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);
     ::RegSetValueExW(key, L"ClassGUID", 0, REG_SZ, reinterpret_cast<const BYTE*>(classGuid),
                      static_cast<DWORD>((wcslen(classGuid) + 1) * sizeof(wchar_t)));
-    ::RegSetValueExW(key, L"HardwareID", 0, REG_MULTI_SZ, reinterpret_cast<const BYTE*>(hardwareIds.c_str()),
-                     static_cast<DWORD>((hardwareIds.size() + 1) * sizeof(wchar_t)));
-    ::RegSetValueExW(key, L"CompatibleIDs", 0, REG_MULTI_SZ, reinterpret_cast<const BYTE*>(compatibleIds.c_str()),
-                     static_cast<DWORD>((compatibleIds.size() + 1) * sizeof(wchar_t)));
+    ::RegSetValueExW(key, L"HardwareID", 0, REG_MULTI_SZ, reinterpret_cast<const BYTE*>(hardwareIds.data()),
+                     static_cast<DWORD>(hardwareIds.size() * sizeof(wchar_t)));
+    ::RegSetValueExW(key, L"CompatibleIDs", 0, REG_MULTI_SZ, reinterpret_cast<const BYTE*>(compatibleIds.data()),
+                     static_cast<DWORD>(compatibleIds.size() * sizeof(wchar_t)));
     if (problem)
         ::RegSetValueExW(key, L"Problem", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&problem), sizeof problem);
     ::RegCloseKey(key);
 }
 
-// A REG_MULTI_SZ text without its final terminator (the writer adds that).
-std::wstring Ids(std::initializer_list<const wchar_t*> ids)
+
+std::wstring MultiSzText(const std::vector<std::wstring>& strings)
 {
     std::wstring text;
-    for (const wchar_t* id : ids)
-        text.append(id).push_back(L'\0');
+    for (const std::wstring& s : strings)
+        text.append(s).push_back(L'\0');
+    text.push_back(L'\0');
     return text;
 }
 
@@ -109,14 +109,14 @@ void InstallSampleDevices(const wxString& standinDll, const wxString& systemDir)
     const wchar_t* network = L"{4d36e972-e325-11ce-bfc1-08002be10318}";
     const DWORD driverMissing = 28;
     InstallDevice(L"PCI\\VEN_8086&DEV_2922&SUBSYS_00000000&REV_02\\3&11583659&0&FA", storage,
-                  Ids({L"PCI\\VEN_8086&DEV_2922&SUBSYS_00000000&REV_02", L"PCI\\VEN_8086&DEV_2922"}),
-                  Ids({L"PCI\\VEN_8086&CC_010601", L"PCI\\CC_010601", L"PCI\\CC_0106"}), 0);
+                  MultiSzText({L"PCI\\VEN_8086&DEV_2922&SUBSYS_00000000&REV_02", L"PCI\\VEN_8086&DEV_2922"}),
+                  MultiSzText({L"PCI\\VEN_8086&CC_010601", L"PCI\\CC_010601", L"PCI\\CC_0106"}), 0);
     InstallDevice(L"PCI\\VEN_1000&DEV_0079&SUBSYS_92631000&REV_05\\4&2a7c5e1&0&0010", storage,
-                  Ids({L"PCI\\VEN_1000&DEV_0079&SUBSYS_92631000&REV_05", L"PCI\\VEN_1000&DEV_0079"}),
-                  Ids({L"PCI\\VEN_1000&CC_010400", L"PCI\\CC_010400", L"PCI\\CC_0104"}), driverMissing);
+                  MultiSzText({L"PCI\\VEN_1000&DEV_0079&SUBSYS_92631000&REV_05", L"PCI\\VEN_1000&DEV_0079"}),
+                  MultiSzText({L"PCI\\VEN_1000&CC_010400", L"PCI\\CC_010400", L"PCI\\CC_0104"}), driverMissing);
     InstallDevice(L"PCI\\VEN_8086&DEV_10D3&SUBSYS_07D015AD&REV_00\\4&3b8d6f2&0&0020", network,
-                  Ids({L"pci\\ven_8086&dev_10d3&subsys_07d015ad&rev_00", L"pci\\ven_8086&dev_10d3"}),
-                  Ids({L"pci\\ven_8086&cc_020000", L"pci\\cc_020000", L"pci\\cc_0200"}), driverMissing);
+                  MultiSzText({L"pci\\ven_8086&dev_10d3&subsys_07d015ad&rev_00", L"pci\\ven_8086&dev_10d3"}),
+                  MultiSzText({L"pci\\ven_8086&cc_020000", L"pci\\cc_020000", L"pci\\cc_0200"}), driverMissing);
     InstallNative(standinDll, systemDir, L"cfgmgr32.dll", L"cfgmgr32");
 }
 

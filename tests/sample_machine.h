@@ -2,6 +2,9 @@
 // The sample Windows installation that the end-to-end tests and the demo collect from.
 #include <wx/string.h>
 
+#include <string>
+#include <vector>
+
 // Files for each item the collection copies from the Windows folder, and the product's first log.
 void BuildSampleWindows(const wxString& windowsDir);
 // The product's registry keys: edition 2, its log folder (made, with an mpb.log) in `logDir`.
@@ -16,3 +19,5 @@ void RemoveStandInOverrides();
 void InstallSampleDevices(const wxString& standinDll, const wxString& systemDir);
 // A recovery image below "\Recovery" of the drive root `driveRoot` ("C:\").
 void MakeRecoveryImage(const wxString& driveRoot);
+// REG_MULTI_SZ text: each string with its zero, then the closing empty string.
+std::wstring MultiSzText(const std::vector<std::wstring>& strings);

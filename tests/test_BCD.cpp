@@ -204,20 +204,13 @@ protected:
     // A disk of the machine, listed through the SCSI class, with its number and layout.
     void Disk(const std::wstring& path, DWORD number, IoctlReply layout)
     {
-        fake.nodes.emplace_back();
-        fake.nodes.back().interfacePath = path;
-        FakeDevice& disk = fake.Add(path);
-        disk.replies[IOCTL_STORAGE_GET_DEVICE_NUMBER] = DeviceNumberReply(number);
-        disk.replies[IOCTL_DISK_GET_DRIVE_LAYOUT_EX] = layout;
+        fake.AddDisk(path, DeviceNumberReply(number), layout);
     }
     // A volume on disk `number`, with the partition record it answers.
     FakeDevice& Volume(const std::wstring& id, DWORD number, IoctlReply partition)
     {
         fake.volumes.push_back(L"\\\\?\\Volume{" + id + L"}\\");
-        FakeDevice& volume = fake.Add(L"\\\\?\\Volume{" + id + L"}");
-        volume.replies[IOCTL_STORAGE_GET_DEVICE_NUMBER] = DeviceNumberReply(number);
-        volume.replies[IOCTL_DISK_GET_PARTITION_INFO_EX] = partition;
-        return volume;
+        return fake.AddVolume(L"\\\\?\\Volume{" + id + L"}", DeviceNumberReply(number), partition);
     }
 };
 

@@ -37,27 +37,15 @@ protected:
         BootStore::Remove();
     }
 
-    FakeDevice& Disk(const std::wstring& path, IoctlReply number, IoctlReply layout)
-    {
-        fake.nodes.emplace_back();
-        fake.nodes.back().interfacePath = path;
-        FakeDevice& disk = fake.Add(path);
-        disk.replies[IOCTL_STORAGE_GET_DEVICE_NUMBER] = number;
-        disk.replies[IOCTL_DISK_GET_DRIVE_LAYOUT_EX] = layout;
-        return disk;
-    }
     FakeDevice& Volume(const std::wstring& path, DWORD number, IoctlReply partition)
     {
-        FakeDevice& volume = fake.Add(path);
-        volume.replies[IOCTL_STORAGE_GET_DEVICE_NUMBER] = DeviceNumberReply(number);
-        volume.replies[IOCTL_DISK_GET_PARTITION_INFO_EX] = partition;
-        return volume;
+        return fake.AddVolume(path, DeviceNumberReply(number), partition);
     }
     // A system on disk 1 with its recovery partition: both as volumes of the system, C: too.
     void SystemDisk(IoctlReply layout, IoctlReply systemPartition, IoctlReply recoveryPartition)
     {
-        Disk(kOtherDisk, DeviceNumberReply(0), MbrLayoutReply(0x11223344));
-        Disk(kSystemDisk, DeviceNumberReply(1), layout);
+        fake.AddDisk(kOtherDisk, DeviceNumberReply(0), MbrLayoutReply(0x11223344));
+        fake.AddDisk(kSystemDisk, DeviceNumberReply(1), layout);
         Volume(kSystemVolume, 1, systemPartition);
         fake.volumes = {L"\\\\?\\Volume{c}\\", L"\\\\?\\Volume{re}\\"};
         Volume(L"\\\\?\\Volume{c}", 1, systemPartition);
@@ -156,8 +144,8 @@ TEST_F(RecoveryTest, GptSystemDiskIsMatchedByIdentifiersAndLogsBothGptLines)
 
 TEST_F(RecoveryTest, FirstOfTwoDisksWithTheSystemNumberIsTheSystemDisk)
 {
-    Disk(kOtherDisk, DeviceNumberReply(1), MbrLayoutReply(1));
-    Disk(kSystemDisk, DeviceNumberReply(1), MbrLayoutReply(2));
+    fake.AddDisk(kOtherDisk, DeviceNumberReply(1), MbrLayoutReply(1));
+    fake.AddDisk(kSystemDisk, DeviceNumberReply(1), MbrLayoutReply(2));
     Volume(kSystemVolume, 1, FailedReply(ERROR_INVALID_FUNCTION));
     EXPECT_EQ(GetCRecoveryPath(), "");
     const std::vector<wxString> expected = {
@@ -174,8 +162,8 @@ TEST_F(RecoveryTest, UnknownNumbersOnBothSidesAreTakenForAMatch)
 {
     FakeDevice& volume = Volume(kSystemVolume, 0, MbrPartitionReply(kSystemOffset));
     volume.replies[IOCTL_STORAGE_GET_DEVICE_NUMBER] = FailedReply(ERROR_INVALID_FUNCTION);
-    Disk(kOtherDisk, DeviceNumberReply(0), MbrLayoutReply(1));
-    Disk(kSystemDisk, FailedReply(ERROR_INVALID_FUNCTION), FailedReply(ERROR_ACCESS_DENIED));
+    fake.AddDisk(kOtherDisk, DeviceNumberReply(0), MbrLayoutReply(1));
+    fake.AddDisk(kSystemDisk, FailedReply(ERROR_INVALID_FUNCTION), FailedReply(ERROR_ACCESS_DENIED));
     EXPECT_EQ(GetCRecoveryPath(), "");
     const std::vector<wxString> expected = {
         "System volume: \\\\.\\C:; Device Number: -1",
@@ -191,8 +179,8 @@ TEST_F(RecoveryTest, UnknownSystemNumberWithEveryDiskKnownFindsNoSystemDrive)
 {
     Volume(kSystemVolume, 0, MbrPartitionReply(kSystemOffset)).replies[IOCTL_STORAGE_GET_DEVICE_NUMBER] =
         FailedReply(ERROR_INVALID_FUNCTION);
-    Disk(kOtherDisk, DeviceNumberReply(0), MbrLayoutReply(1));
-    Disk(kSystemDisk, DeviceNumberReply(1), MbrLayoutReply(2));
+    fake.AddDisk(kOtherDisk, DeviceNumberReply(0), MbrLayoutReply(1));
+    fake.AddDisk(kSystemDisk, DeviceNumberReply(1), MbrLayoutReply(2));
     EXPECT_EQ(GetCRecoveryPath(), "");
     EXPECT_EQ(Walk().back(), "Can't get system drive");
     EXPECT_EQ(log.Only("Can't get system drive").level, wxLOG_Error);

@@ -3,6 +3,7 @@
 #include "common.h"
 
 #include "fake_devices.h"
+#include "sample_machine.h"
 
 #include <cstring>
 
@@ -368,24 +369,15 @@ TEST_F(VolumeQueryTest, VolumeOffsetFailuresKeepTheSharedWordingAndLeaveTheOffse
 
 // ---- EnumerateDisks ----
 
-class EnumerateDisksTest : public FakeDeviceTest
-{
-protected:
-    FakeDevNode& Node(const std::wstring& path)
-    {
-        fake.nodes.emplace_back();
-        fake.nodes.back().interfacePath = path;
-        return fake.nodes.back();
-    }
-};
+using EnumerateDisksTest = FakeDeviceTest;
 
 TEST_F(EnumerateDisksTest, AllDisksListsIdeThenScsiThenUsbAndNothingElse)
 {
-    Node(kUsbDisk);
-    Node(kScsiDisk);
-    Node(kSdDisk);
-    Node(kIdeDisk);
-    Node(L"");
+    fake.AddDiskNode(kUsbDisk);
+    fake.AddDiskNode(kScsiDisk);
+    fake.AddDiskNode(kSdDisk);
+    fake.AddDiskNode(kIdeDisk);
+    fake.AddDiskNode(L"");
     wxArrayString disks;
     disks.Add("kept");
     EXPECT_TRUE(EnumerateAllDisks(disks));
@@ -401,12 +393,12 @@ TEST_F(EnumerateDisksTest, AllDisksListsIdeThenScsiThenUsbAndNothingElse)
 
 TEST_F(EnumerateDisksTest, DisksWithAProblemOrWithoutANodeAreLeftOut)
 {
-    Node(L"\\\\?\\scsi#disk&problem#1").status |= DN_HAS_PROBLEM;
-    Node(L"\\\\?\\scsi#disk&vanished#2").statusResult = CR_NO_SUCH_DEVNODE;
-    Node(L"\\\\?\\scsi#disk&novalue#3").statusResult = CR_NO_SUCH_VALUE;
-    Node(L"\\\\?\\scsi#disk&other#4").statusResult = CR_FAILURE;
-    Node(L"\\\\?\\scsi#disk&" + std::wstring(600, L'x')); // longer than the detail buffer
-    Node(kScsiDisk);
+    fake.AddDiskNode(L"\\\\?\\scsi#disk&problem#1").status |= DN_HAS_PROBLEM;
+    fake.AddDiskNode(L"\\\\?\\scsi#disk&vanished#2").statusResult = CR_NO_SUCH_DEVNODE;
+    fake.AddDiskNode(L"\\\\?\\scsi#disk&novalue#3").statusResult = CR_NO_SUCH_VALUE;
+    fake.AddDiskNode(L"\\\\?\\scsi#disk&other#4").statusResult = CR_FAILURE;
+    fake.AddDiskNode(L"\\\\?\\scsi#disk&" + std::wstring(600, L'x')); // longer than the detail buffer
+    fake.AddDiskNode(kScsiDisk);
     wxArrayString disks;
     EXPECT_TRUE(EnumerateDisks(disks, "SCSI#DISK", nullptr));
     EXPECT_EQ(std::vector<wxString>(disks.begin(), disks.end()),
@@ -416,7 +408,7 @@ TEST_F(EnumerateDisksTest, DisksWithAProblemOrWithoutANodeAreLeftOut)
 
 TEST_F(EnumerateDisksTest, NoDeviceSetIsTheOnlyFailure)
 {
-    Node(kScsiDisk);
+    fake.AddDiskNode(kScsiDisk);
     fake.failDeviceSet = true;
     wxArrayString disks;
     EXPECT_FALSE(EnumerateDisks(disks, "scsi#disk", nullptr));
@@ -431,14 +423,14 @@ TEST_F(EnumerateDisksTest, NoDeviceSetIsTheOnlyFailure)
 
 TEST_F(EnumerateDisksTest, RemovableFilterKeepsTheAskedKindAndLogsTheHotplugAnswer)
 {
-    FakeDevNode& usb = Node(kUsbDisk);
+    FakeDevNode& usb = fake.AddDiskNode(kUsbDisk);
     usb.hasRemovalPolicy = true;
     usb.removalPolicy = CM_REMOVAL_POLICY_EXPECT_SURPRISE_REMOVAL;
     fake.Add(kUsbDisk).replies[IOCTL_STORAGE_GET_HOTPLUG_INFO] = HotplugReply(true, true);
-    FakeDevNode& fixed = Node(kScsiDisk);
+    FakeDevNode& fixed = fake.AddDiskNode(kScsiDisk);
     fixed.hasRemovalPolicy = true;
     fake.Add(kScsiDisk).replies[IOCTL_STORAGE_GET_HOTPLUG_INFO] = FailedReply(ERROR_INVALID_FUNCTION);
-    Node(L"\\\\?\\usbstor#disk&nopolicy#9");
+    fake.AddDiskNode(L"\\\\?\\usbstor#disk&nopolicy#9");
 
     const DWORD removable = 1;
     wxArrayString disks;
@@ -487,11 +479,11 @@ protected:
 TEST_F(CollectDeviceIdsTest, ProblemControllerIsListedWholeAndUpperCasedAndWorkingOneIsNot)
 {
     const FakeDevNode& working = fake.AddNode(L"sata", false);
-    WriteDeviceIds(working, L"HardwareID", std::wstring(L"PCI\\VEN_8086&DEV_2922\0", 23) + L'\0');
-    WriteDeviceIds(working, L"CompatibleIDs", std::wstring(L"PCI\\CC_0106\0", 12) + L'\0');
+    WriteDeviceIds(working, L"HardwareID", MultiSzText({L"PCI\\VEN_8086&DEV_2922"}));
+    WriteDeviceIds(working, L"CompatibleIDs", MultiSzText({L"PCI\\CC_0106"}));
     const FakeDevNode& broken = fake.AddNode(L"raid", true);
-    WriteDeviceIds(broken, L"CompatibleIDs", std::wstring(L"pci\\ven_1000&cc_010400\0pci\\cc_0104\0", 35) + L'\0');
-    WriteDeviceIds(broken, L"HardwareID", std::wstring(L"PCI\\VEN_1000&DEV_0079&SUBSYS_1\0PCI\\VEN_1000&DEV_0079\0", 52) + L'\0');
+    WriteDeviceIds(broken, L"CompatibleIDs", MultiSzText({L"pci\\ven_1000&cc_010400", L"pci\\cc_0104"}));
+    WriteDeviceIds(broken, L"HardwareID", MultiSzText({L"PCI\\VEN_1000&DEV_0079&SUBSYS_1", L"PCI\\VEN_1000&DEV_0079"}));
 
     DeviceIdList result;
     EXPECT_TRUE(CollectDeviceIds(result, "", "PCI\\CC_01??", false));
@@ -507,11 +499,11 @@ TEST_F(CollectDeviceIdsTest, ProblemControllerIsListedWholeAndUpperCasedAndWorki
 TEST_F(CollectDeviceIdsTest, PatternMatchesWholeIdentifiersWithoutRegardToCase)
 {
     const FakeDevNode& shortForm = fake.AddNode(L"short", true);
-    WriteDeviceIds(shortForm, L"CompatibleIDs", std::wstring(L"pci\\cc_0106\0", 12) + L'\0');
+    WriteDeviceIds(shortForm, L"CompatibleIDs", MultiSzText({L"pci\\cc_0106"}));
     const FakeDevNode& longForm = fake.AddNode(L"long", true);
-    WriteDeviceIds(longForm, L"CompatibleIDs", std::wstring(L"PCI\\CC_010601\0", 14) + L'\0');
+    WriteDeviceIds(longForm, L"CompatibleIDs", MultiSzText({L"PCI\\CC_010601"}));
     const FakeDevNode& network = fake.AddNode(L"nic", true);
-    WriteDeviceIds(network, L"CompatibleIDs", std::wstring(L"PCI\\CC_0200\0", 12) + L'\0');
+    WriteDeviceIds(network, L"CompatibleIDs", MultiSzText({L"PCI\\CC_0200"}));
 
     DeviceIdList result;
     EXPECT_TRUE(CollectDeviceIds(result, "", "pci\\cc_01??", false));
@@ -530,9 +522,9 @@ TEST_F(CollectDeviceIdsTest, DeviceWithoutIdentifiersIsNeverListed)
 TEST_F(CollectDeviceIdsTest, CallsAccumulateAndIncludeAllListsWorkingDevices)
 {
     const FakeDevNode& disk = fake.AddNode(L"disk", false);
-    WriteDeviceIds(disk, L"HardwareID", std::wstring(L"PCI\\CC_0106\0", 12) + L'\0');
+    WriteDeviceIds(disk, L"HardwareID", MultiSzText({L"PCI\\CC_0106"}));
     const FakeDevNode& nic = fake.AddNode(L"nic", true);
-    WriteDeviceIds(nic, L"HardwareID", std::wstring(L"PCI\\CC_0200\0", 12) + L'\0');
+    WriteDeviceIds(nic, L"HardwareID", MultiSzText({L"PCI\\CC_0200"}));
 
     DeviceIdList result;
     EXPECT_TRUE(CollectDeviceIds(result, "PCI", "PCI\\CC_02??", false));
@@ -548,13 +540,13 @@ TEST_F(CollectDeviceIdsTest, VanishedOrSilentNodesAreStillExamined)
 {
     FakeDevNode& vanished = fake.AddNode(L"vanished", false);
     vanished.statusResult = CR_NO_SUCH_DEVNODE;
-    WriteDeviceIds(vanished, L"HardwareID", std::wstring(L"PCI\\CC_0106\0", 12) + L'\0');
+    WriteDeviceIds(vanished, L"HardwareID", MultiSzText({L"PCI\\CC_0106"}));
     FakeDevNode& silent = fake.AddNode(L"silent", false);
     silent.statusResult = CR_NO_SUCH_VALUE;
-    WriteDeviceIds(silent, L"HardwareID", std::wstring(L"PCI\\CC_0107\0", 12) + L'\0');
+    WriteDeviceIds(silent, L"HardwareID", MultiSzText({L"PCI\\CC_0107"}));
     FakeDevNode& failing = fake.AddNode(L"failing", false);
     failing.statusResult = CR_FAILURE;
-    WriteDeviceIds(failing, L"HardwareID", std::wstring(L"PCI\\CC_0108\0", 12) + L'\0');
+    WriteDeviceIds(failing, L"HardwareID", MultiSzText({L"PCI\\CC_0108"}));
 
     DeviceIdList result;
     EXPECT_TRUE(CollectDeviceIds(result, "", "", false));

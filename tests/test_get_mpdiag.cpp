@@ -12,7 +12,6 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <initializer_list>
 #include <memory>
 #include <set>
 
@@ -181,19 +180,6 @@ TEST_F(GetMPDiagTest, SourceThatIsNotAFolderStopsBeforeCollectingAnything)
 
 // ---- the device and recovery reports ----
 
-namespace
-{
-// A REG_MULTI_SZ text: each identifier with its zero, then the closing one.
-std::wstring MultiSzText(std::initializer_list<const wchar_t*> ids)
-{
-    std::wstring text;
-    for (const wchar_t* id : ids)
-        text.append(id).push_back(L'\0');
-    text.push_back(L'\0');
-    return text;
-}
-} // namespace
-
 // Device nodes on a fake machine (no disks there, so no store walk gets far), and the system
 // drive's "\Recovery" folder made by the test itself.
 class GetMPDiagReportTest : public GetMPDiagTest
@@ -212,8 +198,8 @@ protected:
         EXPECT_EQ(fake.handlesOpen(), 0);
     }
 
-    void Controller(const std::wstring& name, bool problem, std::initializer_list<const wchar_t*> hardwareIds,
-                    std::initializer_list<const wchar_t*> compatibleIds)
+    void Controller(const std::wstring& name, bool problem, const std::vector<std::wstring>& hardwareIds,
+                    const std::vector<std::wstring>& compatibleIds)
     {
         const FakeDevNode& node = fake.AddNode(name, problem);
         WriteDeviceIds(node, L"HardwareID", MultiSzText(hardwareIds));
