@@ -22,8 +22,10 @@ if [ ${#missing[@]} -gt 0 ] || [ ! -f "$wxprefix/.done" ]; then
         printf 'Types: deb-src\nURIs: http://deb.debian.org/debian\nSuites: bookworm\nComponents: main\nSigned-By: /usr/share/keyrings/debian-archive-keyring.gpg\n' \
             | sudo_ tee /etc/apt/sources.list.d/mpdiag-src.sources >/dev/null
     fi
-    sudo_ apt-get update -q
-    [ ${#missing[@]} -eq 0 ] || sudo_ apt-get install -y -q --no-install-recommends "${missing[@]}"
+    # Waits for another apt run instead of failing on its lock.
+    apt=(apt-get -o DPkg::Lock::Timeout=900)
+    sudo_ "${apt[@]}" update -q
+    [ ${#missing[@]} -eq 0 ] || sudo_ "${apt[@]}" install -y -q --no-install-recommends "${missing[@]}"
 fi
 # The posix-thread flavour of the cross compiler, so that the C++ runtime links statically.
 sudo_ update-alternatives --set $host-g++ /usr/bin/$host-g++-posix >/dev/null
