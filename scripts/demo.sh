@@ -14,3 +14,7 @@ unzip -l "$machine/tool/mpdiag.zip"
 echo
 echo "Head of mpdiag.log:"
 unzip -p "$machine/tool/mpdiag.zip" mpdiag.log | head -20
+echo
+echo "The support engineer's report of that archive (mpdiag-report):"
+"$top/scripts/build-report.sh" >/dev/null
+"$top/build-report/mpdiag-report" "$machine/tool/mpdiag.zip"

@@ -4,4 +4,9 @@ set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 "$top/scripts/build.sh"
 cd "$top/build"
-ctest --output-on-failure
+status=0
+ctest --output-on-failure || status=$?
+# mpdiag-report, natively; its end-to-end tests read the archives the tests above left in build/e2e.
+"$top/scripts/build-report.sh"
+ctest --test-dir "$top/build-report" --output-on-failure || status=$?
+exit $status

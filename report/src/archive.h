@@ -1,0 +1,69 @@
+#pragma once
+// Read-only access to a zip archive that may be damaged or hostile: entry names are never used
+// as paths, every read is capped, and files are only ever written into a private folder.
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+struct zip;
+
+namespace report
+{
+struct ArchiveEntry
+{
+    std::string name;  // as stored
+    std::string key;   // lower case, "/" as separator: how the report looks entries up
+    uint64_t size = 0; // as declared; never trusted for a read
+    uint64_t index = 0;
+};
+
+class Archive
+{
+public:
+    // Null, with the reason, when the file cannot be opened as a zip archive.
+    static std::unique_ptr<Archive> Open(const std::string& path, std::string& error);
+    ~Archive();
+    Archive(const Archive&) = delete;
+    Archive& operator=(const Archive&) = delete;
+
+    const std::vector<ArchiveEntry>& Entries() const { return m_entries; }
+    // Entries left out because their names climb out of the archive or are absolute.
+    const std::vector<std::string>& RejectedNames() const { return m_rejected; }
+    // The entry of that name, ignoring case and the kind of separator; null when absent.
+    const ArchiveEntry* Find(const std::string& name) const;
+    // At most `cap` bytes; false, with the reason, when the entry is larger or cannot be read.
+    bool Read(const ArchiveEntry& entry, uint64_t cap, std::string& bytes, std::string& error) const;
+    // Writes the entry to `path` (a file the caller names in its private folder), at most `cap` bytes.
+    bool Extract(const ArchiveEntry& entry, const std::string& path, uint64_t cap, std::string& error) const;
+
+private:
+    explicit Archive(zip* archive);
+    template <typename Sink>
+    bool Copy(const ArchiveEntry& entry, uint64_t cap, Sink sink, std::string& error) const;
+
+    zip* m_zip;
+    std::vector<ArchiveEntry> m_entries;
+    std::vector<std::string> m_rejected;
+};
+
+// A folder that only this user can enter, removed with all it holds when the object goes.
+class TempFolder
+{
+public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+    const std::string& Path() const { return m_path; }
+    // A new, not yet existing path in the folder.
+    std::string NewPath(const std::string& suffix);
+
+private:
+    std::string m_path;
+    unsigned m_count = 0;
+};
+
+// Whether a stored name stays inside the archive: relative, no "..", no drive, no control characters.
+bool IsSafeEntryName(const std::string& name);
+} // namespace report
