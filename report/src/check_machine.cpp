@@ -50,10 +50,15 @@ void Locate(const Facts& facts, const std::string& what, const BcdDevice& device
         return;
     }
     const Disk* disk = nullptr;
+    bool signatures = false;
     for (const Disk& candidate : facts.disks)
+    {
+        signatures = signatures || candidate.Mbr();
         if (candidate.Mbr() && candidate.SignatureValue() == device.signature)
             disk = &candidate;
-    if (!disk && !warn)
+    }
+    // Without a signature in the listing the disk cannot be told; that is no sign of trouble.
+    if (!disk && (!warn || !signatures))
         return;
     if (!disk)
     {
@@ -268,14 +273,18 @@ void CheckDisks(const Facts& facts, Report& report)
     }
     const BcdObject* current = nullptr;
     const BcdObject* recovery = RecoveryLoader(facts, &current);
+    const BcdDevice* loaderImage = nullptr;
     if (recovery)
     {
         const bool os = recovery->osDevice.kind == BcdDevice::Kind::Ramdisk;
-        const BcdDevice& device = os ? recovery->osDevice : recovery->device;
-        if (device.kind == BcdDevice::Kind::Ramdisk)
-            Locate(facts, "The recovery loader's image", device, os ? recovery->osDeviceWhere.line : recovery->deviceWhere.line, true, report);
+        loaderImage = os ? &recovery->osDevice : &recovery->device;
+        if (loaderImage->kind == BcdDevice::Kind::Ramdisk)
+            Locate(facts, "The recovery loader's image", *loaderImage, os ? recovery->osDeviceWhere.line : recovery->deviceWhere.line, true, report);
     }
-    if (current && current->device.kind == BcdDevice::Kind::Partition && !facts.recoveryPath.empty() && facts.recoveryPath[1] == ':')
+    // An image found on the system drive that the loader does not start lies on the system partition.
+    const bool foundOnSystemDrive = facts.recoveryPath.size() > 1 && facts.recoveryPath[1] == ':';
+    if (current && current->device.kind == BcdDevice::Kind::Partition && foundOnSystemDrive &&
+        !(loaderImage && loaderImage->kind == BcdDevice::Kind::Ramdisk && loaderImage->SamePartition(current->device)))
         Locate(facts, "The image the collector found (on the system partition)", current->device, current->deviceWhere.line, false, report);
 }
 

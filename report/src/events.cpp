@@ -130,7 +130,9 @@ EventLog ReadEventLog(const std::string& file)
     }
     if (libevtx_file_open(evtx.file, file.c_str(), LIBEVTX_OPEN_READ, &error) != 1)
     {
-        log.problem = "not an event log (" + ErrorText(error) + ")";
+        // The library's message names the private copy's path, which means nothing to the reader.
+        libevtx_error_free(&error);
+        log.problem = "not an event log";
         libevtx_file_free(&evtx.file, nullptr);
         return log;
     }

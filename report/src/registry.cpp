@@ -135,9 +135,10 @@ bool ValueLine(const std::string& line, RegValue& value)
 
 const RegValue* RegKey::Value(const std::string& name) const
 {
-    for (const RegValue& value : values)
-        if (EqualsNoCase(value.name, name))
-            return &value;
+    // A later line for the same value replaces the earlier one, as when the file is imported.
+    for (auto value = values.rbegin(); value != values.rend(); ++value)
+        if (EqualsNoCase(value->name, name))
+            return &*value;
     return nullptr;
 }
 

@@ -1,0 +1,172 @@
+// The program on archives that are damaged, hostile or not mpdiag's at all, and its three
+// kinds of output.
+#include "support.h"
+
+#include <gtest/gtest.h>
+#include <zip.h>
+
+#include <dirent.h>
+
+using namespace report;
+using testing_support::RunReport;
+
+namespace
+{
+std::vector<std::string> FolderEntries(const std::string& folder)
+{
+    std::vector<std::string> names;
+    DIR* dir = opendir(folder.c_str());
+    while (dirent* entry = dir ? readdir(dir) : nullptr)
+        if (std::string(entry->d_name) != "." && std::string(entry->d_name) != "..")
+            names.push_back(entry->d_name);
+    if (dir)
+        closedir(dir);
+    return names;
+}
+
+std::string SampleZip()
+{
+    return fixtures::SampleBundle().Write(fixtures::TempDir() + "/mpdiag.zip");
+}
+} // namespace
+
+TEST(Program, ReadsASampleArchiveAndExitsZeroWhateverItFound)
+{
+    std::string out;
+    EXPECT_EQ(0, RunReport(SampleZip(), out)) << out;
+    EXPECT_NE(std::string::npos, out.find("Host:        SAMPLE-PC")) << out;
+    EXPECT_NE(std::string::npos, out.find("Microsoft Windows 10 Pro, version 10.0.19045 (build 19045), x64")) << out;
+    EXPECT_NE(std::string::npos, out.find("[drivers.no-driver-on-machine]")) << out;
+}
+
+TEST(Program, RefusesAFileThatIsNoZipWithExitTwo)
+{
+    const std::string path = fixtures::TempDir() + "/mpdiag.zip";
+    fixtures::WriteFile(path, "this is a text file, not an archive\n");
+    std::string out, err;
+    EXPECT_EQ(2, RunReport(path, out, &err));
+    EXPECT_NE(std::string::npos, err.find("cannot be read as a zip archive: Not a zip archive")) << err;
+    EXPECT_EQ("", out);
+    EXPECT_EQ(2, RunReport(fixtures::TempDir() + "/missing.zip", out, &err));
+    EXPECT_NE(std::string::npos, err.find("No such file")) << err;
+}
+
+TEST(Program, RefusesAZipThatMpdiagDidNotMakeWithExitTwo)
+{
+    fixtures::Bundle other;
+    other.Set("readme.txt", "hello\r\n").Set("photos/cat.jpg", "\xFF\xD8\xFF");
+    std::string out, err;
+    EXPECT_EQ(2, RunReport(other.Write(fixtures::TempDir() + "/other.zip"), out, &err));
+    EXPECT_NE(std::string::npos, err.find("not one that mpdiag.exe made")) << err;
+}
+
+TEST(Program, ATruncatedArchiveIsRefusedWithoutACrash)
+{
+    const std::string bytes = fixtures::ReadFile(fixtures::ExtendedSampleBundle().Write(fixtures::TempDir() + "/whole.zip"));
+    for (size_t keep : {bytes.size() / 2, bytes.size() - 30, size_t(100), size_t(0)})
+    {
+        const std::string path = fixtures::TempDir() + "/truncated.zip";
+        fixtures::WriteFile(path, bytes.substr(0, keep));
+        std::string out, err;
+        EXPECT_EQ(2, RunReport(path, out, &err)) << "kept " << keep << " bytes: " << err;
+        EXPECT_NE(std::string::npos, err.find("cannot be read as a zip archive")) << err;
+    }
+}
+
+TEST(Program, HostileNamesAreLeftOutAndNothingIsWrittenOutsideItsPrivateFolder)
+{
+    fixtures::Bundle bundle = fixtures::ExtendedSampleBundle();
+    bundle.Set("../../evil.txt", "x").Set("/tmp/absolute.txt", "x").Set("C:\\Windows\\system.ini", "x")
+        .Set("Logs/../../../climb.txt", "x").Set("./mpdiag.log", "x");
+    const std::string zip = bundle.Write(fixtures::TempDir() + "/hostile.zip");
+    const std::string temp = fixtures::TempDir(), cwd = fixtures::TempDir();
+    std::string out, err;
+    const int status = RunReport("--json --pci-ids " + testing_support::PciIdsFile() + " " + zip, out, &err);
+    EXPECT_EQ(0, status) << err;
+    EXPECT_NE(std::string::npos, out.find("\"id\": \"archive.unsafe-entries\"")) << out;
+    EXPECT_NE(std::string::npos, out.find("5 archive entries with unsafe names were left out")) << out;
+    // The same run with its temporary and working folders watched.
+    const std::string command = "cd '" + cwd + "' && TMPDIR='" + temp + "' " + MPDIAG_REPORT_EXE + " " + zip + " >/dev/null";
+    ASSERT_EQ(0, std::system(command.c_str()));
+    EXPECT_TRUE(FolderEntries(temp).empty()) << "the private folder is removed";
+    EXPECT_TRUE(FolderEntries(cwd).empty());
+    EXPECT_EQ(std::string::npos, fixtures::ReadFile("/tmp/absolute.txt").find('x'));
+}
+
+TEST(Program, AZipBombIsReadOnlyUpToItsCap)
+{
+    fixtures::Bundle bundle = fixtures::SampleBundle();
+    bundle.Set("wmic_disks.log", std::string((64u << 20) + 1, 'A')); // a few kilobytes once compressed
+    std::string out, err;
+    EXPECT_EQ(0, RunReport(bundle.Write(fixtures::TempDir() + "/bomb.zip"), out, &err)) << err;
+    EXPECT_NE(std::string::npos, out.find("wmic_disks.log: could not be read: declares 67108865 bytes, more than the 67108864 this report reads")) << out;
+}
+
+TEST(Archive, ReadStopsAtTheCap)
+{
+    fixtures::Bundle bundle;
+    bundle.Set("mpdiag.log", std::string(5000, 'a'));
+    std::string error;
+    const auto archive = Archive::Open(bundle.Write(fixtures::TempDir() + "/a.zip"), error);
+    ASSERT_NE(nullptr, archive) << error;
+    std::string bytes;
+    EXPECT_FALSE(archive->Read(*archive->Find("MPDIAG.LOG"), 4999, bytes, error));
+    EXPECT_TRUE(bytes.empty());
+    EXPECT_TRUE(archive->Read(*archive->Find("mpdiag.log"), 5000, bytes, error)) << error;
+    EXPECT_EQ(5000u, bytes.size());
+}
+
+TEST(Archive, UnsafeNames)
+{
+    for (const char* name : {"../x", "a/../../x", "/etc/x", "\\x", "C:\\x", "c:x", "a\\..\\..\\x", "./x", "a\nb"})
+        EXPECT_FALSE(IsSafeEntryName(name)) << name;
+    for (const char* name : {"mpdiag.log", "System32/WinEvt/Logs/System.evtx", "Logs\\CBS\\CBS.log", "a..b/c"})
+        EXPECT_TRUE(IsSafeEntryName(name)) << name;
+}
+
+TEST(Output, JsonIsValidAndCarriesIdsSeveritiesEvidenceAndAdvice)
+{
+    std::string out;
+    ASSERT_EQ(0, RunReport("--json " + SampleZip(), out));
+    const std::string file = fixtures::TempDir() + "/report.json";
+    fixtures::WriteFile(file, out);
+    const std::string check =
+        "python3 -c \"import json,sys; r=json.load(open(sys.argv[1])); f=r['findings'];"
+        "assert r['machine']['host']=='SAMPLE-PC', r['machine'];"
+        "assert r['run']=='normal';"
+        "assert all(set(x) >= {'id','severity','title','evidence','advice'} for x in f);"
+        "assert [x['severity'] for x in f]==sorted([x['severity'] for x in f], key=['error','warning','info'].index);"
+        "d=[x for x in f if x['id']=='drivers.no-driver-on-machine'][0];"
+        "assert d['evidence'][0]=={'entry':'devices.txt','line':1,'text':d['evidence'][0]['text']}, d\" " + file;
+    EXPECT_EQ(0, std::system(check.c_str())) << out;
+}
+
+TEST(Output, HtmlIsOneSelfContainedPageWithItsTextEscaped)
+{
+    fixtures::Bundle bundle = fixtures::SampleBundle();
+    bundle.Set("mpdiag.log", "09:00:00 ! Item not copied: <script>alert(1)</script> & more\r\n");
+    const std::string page = fixtures::TempDir() + "/report.html";
+    std::string out;
+    ASSERT_EQ(0, RunReport("--html " + page + " " + bundle.Write(fixtures::TempDir() + "/mpdiag.zip"), out));
+    const std::string html = fixtures::ReadFile(page);
+    EXPECT_EQ(0u, html.find("<!DOCTYPE html>"));
+    EXPECT_NE(std::string::npos, html.find("&lt;script&gt;alert(1)&lt;/script&gt; &amp; more"));
+    for (const char* external : {"<script", "src=", "href=", "@import", "url("})
+        EXPECT_EQ(std::string::npos, html.find(external)) << external;
+    EXPECT_NE(std::string::npos, out.find("Findings (")) << "the terminal report is printed as well";
+}
+
+TEST(Output, AnHtmlFileThatCannotBeWrittenIsAnError)
+{
+    std::string out, err;
+    EXPECT_EQ(1, RunReport("--html /nonexistent-folder/report.html " + SampleZip(), out, &err));
+    EXPECT_NE(std::string::npos, err.find("cannot write")) << err;
+}
+
+TEST(Output, AWrongCommandLineExitsTwoWithUsage)
+{
+    std::string out, err;
+    EXPECT_EQ(2, RunReport("", out, &err));
+    EXPECT_NE(std::string::npos, err.find("usage: mpdiag-report ARCHIVE")) << err;
+    EXPECT_EQ(2, RunReport("--frobnicate " + SampleZip(), out, &err));
+}
