@@ -21,7 +21,9 @@ std::string Hex32(uint32_t value)
 
 std::string DescribeDisk(const Disk& disk)
 {
-    std::string style = disk.Mbr() ? "MBR (signature " + Hex32(disk.SignatureValue()) + ")" : "GPT or not initialised (no signature)";
+    const std::string style = disk.Mbr()               ? "MBR (signature " + Hex32(disk.SignatureValue()) + ")"
+                              : disk.signatureListed ? "GPT or not initialised (no signature)"
+                                                     : "partition style not listed";
     std::string text = "disk " + (disk.index.empty() ? "?" : disk.index) + ": " + (disk.model.empty() ? "(no model)" : disk.model) +
                        ", " + style + ", " + FormatSize(disk.size);
     if (!disk.partitions.empty())

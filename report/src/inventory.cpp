@@ -58,7 +58,10 @@ std::vector<Disk> ParseWmicDisks(const Text& text)
             else if (name == "model" || (name == "caption" && disk.model.empty()))
                 disk.model = value;
             else if (name == "signature")
+            {
                 disk.signature = value;
+                disk.signatureListed = true;
+            }
             else if (name == "size")
                 disk.size = strtoull(value.c_str(), nullptr, 10);
             else if (name == "partitions")

@@ -16,6 +16,7 @@ struct Disk
     std::string index; // the disk number
     std::string model;
     std::string signature; // decimal, as wmic prints it; empty on a GPT disk
+    bool signatureListed = false; // whether the listing has the column at all
     uint64_t size = 0;
     std::string partitions;
     std::string status;

@@ -25,8 +25,11 @@ size_t Count(const Report& report, Severity severity)
 
 std::string Counts(const Report& report)
 {
-    return std::to_string(Count(report, Severity::Error)) + " errors, " + std::to_string(Count(report, Severity::Warning)) +
-           " warnings, " + std::to_string(Count(report, Severity::Info)) + " notes";
+    auto counted = [&](Severity severity, const char* word) {
+        const size_t count = Count(report, severity);
+        return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
+    };
+    return counted(Severity::Error, "error") + ", " + counted(Severity::Warning, "warning") + ", " + counted(Severity::Info, "note");
 }
 
 std::string OrUnknown(const std::string& text) { return text.empty() ? "(unknown)" : text; }

@@ -170,3 +170,33 @@ TEST(Output, AWrongCommandLineExitsTwoWithUsage)
     EXPECT_NE(std::string::npos, err.find("usage: mpdiag-report ARCHIVE")) << err;
     EXPECT_EQ(2, RunReport("--frobnicate " + SampleZip(), out, &err));
 }
+
+TEST(Robustness, DamagedFilesNeverStopTheReport)
+{
+    const fixtures::Bundle whole = fixtures::ExtendedSampleBundle(fixtures::Speech::Field);
+    unsigned seed = 20240502;
+    auto random = [&seed] { return seed = seed * 1103515245u + 12345u, seed >> 16; };
+    for (const auto& file : whole.files)
+        for (int damage = 0; damage < 3; ++damage)
+        {
+            std::string bytes = file.second;
+            if (damage == 0)
+                bytes.resize(bytes.size() / 2);
+            else if (damage == 1)
+            {
+                for (char& c : bytes)
+                    if (random() % 7 == 0)
+                        c = static_cast<char>(random());
+            }
+            else
+            {
+                bytes.assign(4096, '\0');
+                for (char& c : bytes)
+                    c = static_cast<char>(random());
+            }
+            fixtures::Bundle bundle = whole;
+            bundle.Set(file.first, bytes);
+            const Report report = testing_support::AnalyzeBundle(bundle);
+            EXPECT_FALSE(report.findings.empty()) << file.first << " damage " << damage;
+        }
+}
