@@ -198,6 +198,17 @@ TEST_F(MpdiagImage, ManifestRequiresAdministrator)
     EXPECT_NE(manifest.find("level=\"requireAdministrator\""), std::string::npos) << manifest;
 }
 
+// Where the system allows long paths, the tool reaches files past MAX_PATH (deep log folders, and
+// the working folder's removal).
+TEST_F(MpdiagImage, ManifestDeclaresLongPathAwareness)
+{
+    ASSERT_NE(image.Nt(), nullptr);
+    const std::string manifest = image.Manifest();
+    EXPECT_NE(manifest.find("<ws2:longPathAware>true</ws2:longPathAware>"), std::string::npos) << manifest;
+    EXPECT_NE(manifest.find("xmlns:ws2=\"http://schemas.microsoft.com/SMI/2016/WindowsSettings\""), std::string::npos)
+        << manifest;
+}
+
 namespace
 {
 // One text of the version resource's US English, Unicode table.
