@@ -5,7 +5,6 @@
 #include "temp_folder.h"
 #include "unattended.h"
 
-#include <wx/dir.h>
 #include <wx/filename.h>
 #include <wx/init.h>
 #include <wx/platinfo.h>
@@ -42,8 +41,10 @@ int main(int argc, char** argv)
 
     logger->Flush();
     wxLog::SetActiveTarget(nullptr);
+    // From here on records go nowhere: the library would otherwise make a target on standard error.
+    wxLog::DontCreateOnDemand();
     delete logger;
 
-    wxDir::Remove(workFolder, wxPATH_RMDIR_RECURSIVE);
+    RemoveWorkingFolder(workFolder);
     return 0;
 }

@@ -4,3 +4,10 @@
 // Creates a new, empty, hidden folder named `prefix` + hex digits in the temporary
 // folder; returns its full path, or an empty string when none could be made.
 wxString MakeUniqueTempFolder(const wxString& prefix);
+
+// Removes the working folder with everything in it, also what lies deeper than the system's usual
+// path limit. An empty path is handed to the library's removal as it is, and nothing else happens.
+void RemoveWorkingFolder(const wxString& folder);
+// Removes a folder tree (a full path) through extended-length paths, at any depth. A link found inside is
+// removed itself; what it points to is never entered.
+void RemoveFolderTree(const wxString& folder);

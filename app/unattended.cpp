@@ -4,6 +4,35 @@
 #include <wx/log.h>
 
 #include <windows.h>
+// After windows.h: needs its types.
+#include <delayimp.h>
+
+#include <string>
+
+namespace
+{
+// Every system library but kernel32 and the C runtime is delay-loaded (see the top CMakeLists.txt).
+// Each is loaded here by its full path in the system folder, and its own dependencies are looked
+// for there first, so a library of the same name beside the executable is never taken.
+FARPROC WINAPI LoadFromSystemFolder(unsigned notification, PDelayLoadInfo info)
+{
+    if (notification != dliNotePreLoadLibrary)
+        return nullptr;
+    wchar_t folder[MAX_PATH];
+    const UINT length = ::GetSystemDirectoryW(folder, MAX_PATH);
+    if (length == 0 || length >= MAX_PATH)
+        return nullptr;
+    std::wstring path(folder, length);
+    path += L'\\';
+    for (const char* c = info->szDll; *c; ++c)
+        path += static_cast<wchar_t>(static_cast<unsigned char>(*c));
+    return reinterpret_cast<FARPROC>(::LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+}
+} // namespace
+
+// Read by the delay-load helper of the C runtime library, from the first delay-loaded call on,
+// which may come before main.
+PfnDliHook __pfnDliNotifyHook2 = LoadFromSystemFolder;
 
 void RestrictDllSearchToSystemFolder()
 {

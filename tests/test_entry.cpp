@@ -3,6 +3,8 @@
 
 #include "test_support.h"
 
+#include <wx/arrstr.h>
+
 #include <windows.h>
 
 #include <cstdlib>
@@ -173,4 +175,72 @@ TEST(MpdiagExe, ExitsWithZeroWhateverTheArguments)
     ToolCopy tool;
     EXPECT_EQ(tool.Run("-x"), 0);
     EXPECT_EQ(tool.Run("-X /x --x extra"), 0);
+}
+
+// ---- RemoveWorkingFolder -------------------------------------------------------------------
+
+namespace
+{
+// Makes `folder` and `relative` below it, through extended-length paths, so any depth works.
+void MakeDeep(const wxString& folder, const wxString& relative)
+{
+    MakeDirs(folder);
+    wxString path = "\\\\?\\" + folder;
+    for (const wxString& part : wxSplit(relative, '\\'))
+    {
+        path += "\\" + part;
+        ::CreateDirectoryW(path.wc_str(), nullptr);
+    }
+}
+
+void WriteDeep(const wxString& folder, const wxString& relative, DWORD attributes = FILE_ATTRIBUTE_NORMAL)
+{
+    const wxString path = "\\\\?\\" + folder + "\\" + relative;
+    WriteBytes(path, "deep");
+    ::SetFileAttributesW(path.wc_str(), attributes);
+}
+} // namespace
+
+TEST(RemoveWorkingFolder, RemovesWhatLiesPastTheUsualPathLimit)
+{
+    ScratchDir dir;
+    const wxString work = dir / "MPDiagWork";
+    const wxString level(wxT('d'), 60);
+    const wxString deep = level + "\\" + level + "\\" + level + "\\" + level + "\\" + level;
+    MakeDeep(work, deep);
+    WriteDeep(work, deep + "\\file.log");
+    WriteDeep(work, deep + "\\.dot", FILE_ATTRIBUTE_HIDDEN);
+    WriteDeep(work, level + "\\read-only.log", FILE_ATTRIBUTE_READONLY);
+    WriteDeep(work, "top.log");
+    ASSERT_GT((work + "\\" + deep + "\\file.log").length(), static_cast<size_t>(MAX_PATH));
+    ASSERT_TRUE(PathExists("\\\\?\\" + work + "\\" + deep + "\\file.log"));
+
+    RemoveWorkingFolder(work);
+
+    EXPECT_FALSE(PathExists("\\\\?\\" + work)) << "left: " << work.utf8_string();
+    EXPECT_TRUE(PathExists(dir.Path())) << "only the working folder goes";
+}
+
+TEST(RemoveWorkingFolder, RemovesAnOrdinaryFolderWithHiddenAndReadOnlyFiles)
+{
+    ScratchDir dir;
+    const wxString work = dir / "MPDiagWork";
+    MakeDirs(work + "\\Logs\\CBS");
+    WriteBytes(work + "\\mpdiag.log", "log");
+    WriteBytes(work + "\\Logs\\CBS\\CBS.log", "cbs");
+    ::SetFileAttributesW((work + "\\Logs\\CBS\\CBS.log").wc_str(), FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
+    ::SetFileAttributesW(work.wc_str(), FILE_ATTRIBUTE_HIDDEN);
+    RemoveWorkingFolder(work);
+    EXPECT_FALSE(PathExists(work));
+}
+
+// The fixture `removal_links` made this folder on the host, with a link to a folder beside it.
+TEST(RemoveFolderTree, RemovesTheLinkNeverWhatItPointsTo)
+{
+    const wxString root = BuildPath("removal-links");
+    ASSERT_TRUE(PathExists(root + "\\work\\link")) << "run through CTest: the fixture makes the link";
+    RemoveFolderTree(root + "\\work");
+    EXPECT_EQ(ReadBytes(root + "\\outside\\keep.log"), "outside");
+    EXPECT_FALSE(PathExists(root + "\\work\\own.log"));
+    EXPECT_FALSE(PathExists(root + "\\work\\sub"));
 }

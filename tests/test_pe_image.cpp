@@ -11,6 +11,12 @@
 
 namespace
 {
+std::string Lower(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
 class PeImage
 {
 public:
@@ -26,6 +32,7 @@ public:
 
     const IMAGE_NT_HEADERS64* Nt() const { return m_nt; }
 
+    // The DLLs the loader resolves before the program's first instruction.
     std::vector<std::string> ImportedDlls() const
     {
         std::vector<std::string> names;
@@ -37,6 +44,31 @@ public:
                 break;
             names.push_back(String(Offset(desc->Name)));
         }
+        return names;
+    }
+
+    // The DLLs loaded on first use, through the delay-load helper. The linker leaves the delay-import
+    // directory entry empty, so the descriptors are found by their shape: addresses relative to the
+    // image (attribute 1), no time stamp, a module handle slot, an address table, a name table, and
+    // the name of a DLL.
+    std::vector<std::string> DelayImportedDlls() const
+    {
+        std::vector<std::string> names;
+        ForEachSection([&](const IMAGE_SECTION_HEADER& section) {
+            for (DWORD offset = section.PointerToRawData;
+                 offset + sizeof(IMAGE_DELAYLOAD_DESCRIPTOR) <= section.PointerToRawData + section.SizeOfRawData;
+                 offset += sizeof(DWORD))
+            {
+                const auto* desc = At<IMAGE_DELAYLOAD_DESCRIPTOR>(offset);
+                if (desc->Attributes.AllAttributes != 1 || desc->TimeDateStamp != 0 || !desc->ModuleHandleRVA ||
+                    !desc->ImportAddressTableRVA || !desc->ImportNameTableRVA || !desc->DllNameRVA)
+                    continue;
+                const DWORD name = Offset(desc->DllNameRVA);
+                const std::string text = name ? String(name) : std::string();
+                if (text.size() > 4 && Lower(text.substr(text.size() - 4)) == ".dll")
+                    names.push_back(text);
+            }
+        });
         return names;
     }
 
@@ -66,17 +98,25 @@ private:
         return offset + sizeof(T) <= m_bytes.size() ? reinterpret_cast<const T*>(m_bytes.data() + offset) : nullptr;
     }
 
-    DWORD Offset(DWORD rva) const
+    template <typename Visit> void ForEachSection(Visit visit) const
     {
-        const IMAGE_SECTION_HEADER* section = IMAGE_FIRST_SECTION(m_nt);
-        const size_t first = reinterpret_cast<const char*>(section) - m_bytes.data();
+        const size_t first = reinterpret_cast<const char*>(IMAGE_FIRST_SECTION(m_nt)) - m_bytes.data();
         for (WORD i = 0; i < m_nt->FileHeader.NumberOfSections; ++i)
         {
-            const auto* s = At<IMAGE_SECTION_HEADER>(first + i * sizeof(IMAGE_SECTION_HEADER));
-            if (s && rva >= s->VirtualAddress && rva < s->VirtualAddress + s->Misc.VirtualSize)
-                return rva - s->VirtualAddress + s->PointerToRawData;
+            const auto* section = At<IMAGE_SECTION_HEADER>(first + i * sizeof(IMAGE_SECTION_HEADER));
+            if (section && section->PointerToRawData + section->SizeOfRawData <= m_bytes.size())
+                visit(*section);
         }
-        return 0;
+    }
+
+    DWORD Offset(DWORD rva) const
+    {
+        DWORD offset = 0;
+        ForEachSection([&](const IMAGE_SECTION_HEADER& s) {
+            if (rva >= s.VirtualAddress && rva < s.VirtualAddress + s.Misc.VirtualSize)
+                offset = rva - s.VirtualAddress + s.PointerToRawData;
+        });
+        return offset;
     }
 
     std::string String(DWORD offset) const
@@ -105,12 +145,6 @@ private:
     const IMAGE_NT_HEADERS64* m_nt = nullptr;
 };
 
-std::string Lower(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-    return text;
-}
-
 class MpdiagImage : public ::testing::Test
 {
 protected:
@@ -125,16 +159,35 @@ TEST_F(MpdiagImage, IsAnX64ConsoleProgram)
     EXPECT_EQ(image.Nt()->OptionalHeader.Subsystem, IMAGE_SUBSYSTEM_WINDOWS_CUI);
 }
 
-TEST_F(MpdiagImage, ImportsOnlyDllsThatWindowsPeHas)
+namespace
+{
+std::set<std::string> LowerSet(const std::vector<std::string>& names)
+{
+    std::set<std::string> lower;
+    for (const std::string& name : names)
+        lower.insert(Lower(name));
+    return lower;
+}
+} // namespace
+
+// Before the program's first instruction the loader looks beside the executable first for any DLL
+// that is not one of the system's KnownDLLs; kernel32 and the C runtime are KnownDLLs everywhere.
+TEST_F(MpdiagImage, LoaderResolvesOnlyKernel32AndTheCRuntime)
 {
     ASSERT_NE(image.Nt(), nullptr);
-    const std::set<std::string> allowed = {"kernel32.dll", "advapi32.dll", "msvcrt.dll", "ole32.dll",
-                                           "oleaut32.dll", "shell32.dll",  "shlwapi.dll", "user32.dll",
-                                           "version.dll",  "setupapi.dll", "cfgmgr32.dll"};
-    const std::vector<std::string> imported = image.ImportedDlls();
-    EXPECT_FALSE(imported.empty());
-    for (const std::string& dll : imported)
-        EXPECT_TRUE(allowed.count(Lower(dll))) << dll << " is not on a Windows PE image (or is a non-static runtime)";
+    EXPECT_EQ(LowerSet(image.ImportedDlls()), (std::set<std::string>{"kernel32.dll", "msvcrt.dll"}));
+}
+
+TEST_F(MpdiagImage, EveryOtherSystemDllIsDelayLoadedAndOnWindowsPe)
+{
+    ASSERT_NE(image.Nt(), nullptr);
+    const std::set<std::string> onPe = {"advapi32.dll", "ole32.dll",    "oleaut32.dll", "shell32.dll", "shlwapi.dll",
+                                        "user32.dll",   "version.dll",  "setupapi.dll", "cfgmgr32.dll"};
+    const std::set<std::string> delayed = LowerSet(image.DelayImportedDlls());
+    for (const char* dll : {"version.dll", "cfgmgr32.dll", "setupapi.dll", "advapi32.dll"})
+        EXPECT_TRUE(delayed.count(dll)) << dll << " is not delay-loaded";
+    for (const std::string& dll : delayed)
+        EXPECT_TRUE(onPe.count(dll)) << dll << " is not on a Windows PE image (or is a non-static runtime)";
 }
 
 TEST_F(MpdiagImage, ManifestRequiresAdministrator)
@@ -143,6 +196,17 @@ TEST_F(MpdiagImage, ManifestRequiresAdministrator)
     const std::string manifest = image.Manifest();
     ASSERT_FALSE(manifest.empty()) << "no manifest resource";
     EXPECT_NE(manifest.find("level=\"requireAdministrator\""), std::string::npos) << manifest;
+}
+
+// Where the system allows long paths, the tool reaches files past MAX_PATH (deep log folders, and
+// the working folder's removal).
+TEST_F(MpdiagImage, ManifestDeclaresLongPathAwareness)
+{
+    ASSERT_NE(image.Nt(), nullptr);
+    const std::string manifest = image.Manifest();
+    EXPECT_NE(manifest.find("<ws2:longPathAware>true</ws2:longPathAware>"), std::string::npos) << manifest;
+    EXPECT_NE(manifest.find("xmlns:ws2=\"http://schemas.microsoft.com/SMI/2016/WindowsSettings\""), std::string::npos)
+        << manifest;
 }
 
 namespace
