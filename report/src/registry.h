@@ -13,11 +13,9 @@ enum RegType : uint32_t
 {
     kRegNone = 0,
     kRegSz = 1,
-    kRegExpandSz = 2,
     kRegBinary = 3,
     kRegDword = 4,
     kRegMultiSz = 7,
-    kRegQword = 11,
 };
 
 struct RegValue

@@ -157,18 +157,6 @@ void RecoverUtf16(const std::u32string& saved, bool leadingPair, Text& text)
 }
 } // namespace
 
-const char* TextFormName(TextForm form)
-{
-    switch (form)
-    {
-    case TextForm::Utf8: return "UTF-8";
-    case TextForm::Utf16ReadAsUtf8: return "UTF-16 read as UTF-8";
-    case TextForm::Utf16Le: return "UTF-16LE";
-    case TextForm::Ansi: return "ANSI (Windows-1252)";
-    }
-    return "";
-}
-
 void AppendUtf8(std::string& out, char32_t c)
 {
     if (c < 0x80)

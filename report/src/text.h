@@ -13,7 +13,6 @@ enum class TextForm
     Utf16Le,         // UTF-16LE (registry exports, INF files)
     Ansi,            // single-byte text without a byte-order mark, read as Windows-1252
 };
-const char* TextFormName(TextForm form);
 
 struct Text
 {

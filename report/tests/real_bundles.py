@@ -1,8 +1,12 @@
 """mpdiag-report on archives that the real mpdiag.exe made on the sample machine.
 
     real_bundles.py REPORT_EXE E2E_DIR
-        The collector's end-to-end runs (E2E_DIR/NAME/tool/mpdiag.zip): normal, extended and
-        store (no image below C:\\Recovery). Exits 77 (skipped) when none is there.
+        The collector's end-to-end runs (E2E_DIR/NAME/tool/mpdiag.zip): normal, extended, store
+        (no image below C:\\Recovery), and, where the sample machine makes them, german and utf8
+        (normal runs whose console programs speak German, or write UTF-8). When utf8, normal and
+        german are all there they must give the same findings, also with their registry export
+        of the boot store taken out (so that bcdedit's output is read in each form). Exits 77
+        (skipped) when no archive is there.
     real_bundles.py REPORT_EXE --same ARCHIVE...
         Bundles of one machine (English UTF-8, field-encoded, German): the same findings, by id,
         severity and subject.
@@ -12,6 +16,7 @@ import os
 import subprocess
 import sys
 import tempfile
+import zipfile
 
 failures = []
 checks = 0
@@ -48,7 +53,11 @@ def has(result, id_, severity=None, subject=None):
 
 
 def check_run(name, result):
-    check(result["machine"]["host"] == "SAMPLE-PC", f"{name}: host SAMPLE-PC ({result['machine']})")
+    machine = result["machine"]
+    check(machine["host"] == "SAMPLE-PC", f"{name}: host SAMPLE-PC ({machine})")
+    if machine["os_name"]:
+        check((machine["os_name"], machine["build"], machine["architecture"]) ==
+              ("Microsoft Windows 10 Pro", "19045", "x64"), f"{name}: the system ({machine})")
     for controller in ("PCI\\VEN_1000&DEV_0079", "PCI\\VEN_8086&DEV_10D3"):
         check(has(result, "drivers.no-driver-on-machine", "warning", controller),
               f"{name}: {controller} without a driver, from devices.txt")
@@ -77,25 +86,50 @@ def check_run(name, result):
         check(has(result, "drivers.not-checked", "info"), f"{name}: drivers not checked without boot.wim")
 
 
+def check_same(exe, archives):
+    results = [(archive, report(exe, archive)) for archive in archives]
+    first = results[0]
+    for archive, result in results[1:]:
+        if first[1] and result:
+            check(findings(first[1]) == findings(result),
+                  f"{archive} gives the findings of {first[0]}:\n  {findings(result)}\n  {findings(first[1])}")
+    return first[1]
+
+
+def without_store_export(archive, folder):
+    """A copy of the archive without BCD00000000.reg: the report falls back to bcdedit_all.log."""
+    copy = os.path.join(folder, os.path.basename(os.path.dirname(os.path.dirname(archive))) + "-bcdedit.zip")
+    with zipfile.ZipFile(archive) as source, zipfile.ZipFile(copy, "w", zipfile.ZIP_DEFLATED) as target:
+        for item in source.infolist():
+            if item.filename.lower() != "bcd00000000.reg":
+                target.writestr(item, source.read(item))
+    return copy
+
+
 def main():
     exe = sys.argv[1]
     if sys.argv[2] == "--same":
-        results = [(archive, report(exe, archive)) for archive in sys.argv[3:]]
-        first = results[0]
-        for archive, result in results[1:]:
-            if first[1] and result:
-                check(findings(first[1]) == findings(result),
-                      f"{archive} gives the findings of {first[0]}:\n  {findings(result)}\n  {findings(first[1])}")
+        check_same(exe, sys.argv[3:])
     else:
-        runs = [(name, os.path.join(sys.argv[2], name, "tool", "mpdiag.zip")) for name in ("normal", "extended", "store")]
-        runs = [(name, archive) for name, archive in runs if os.path.exists(archive)]
+        runs = [(name, os.path.join(sys.argv[2], name, "tool", "mpdiag.zip"))
+                for name in ("normal", "extended", "store", "german", "utf8")]
+        runs = dict((name, archive) for name, archive in runs if os.path.exists(archive))
         if not runs:
             print(f"no archive of the collector's end-to-end runs in {sys.argv[2]}: skipped")
             sys.exit(77)
-        for name, archive in runs:
+        for name, archive in runs.items():
             result = report(exe, archive)
             if result:
                 check_run(name, result)
+        forms = [runs[name] for name in ("utf8", "normal", "german") if name in runs]
+        if len(forms) == 3:
+            check_same(exe, forms)
+            with tempfile.TemporaryDirectory() as folder:
+                result = check_same(exe, [without_store_export(archive, folder) for archive in forms])
+                check(result and has(result, "boot.recovery-loader", "info"),
+                      "from bcdedit alone: the recovery loader is found in every form")
+        else:
+            print("the English UTF-8, field-encoded and German bundles are not all there: not compared")
     for failure in failures:
         print("FAIL:", failure)
     print(f"{checks - len(failures)} passed, {len(failures)} failed")
