@@ -133,14 +133,13 @@ void ApplyElement(BcdObject& object, const std::string& element, const RegValue&
     else if (element == "14000008")
     {
         object.recoverySequence.clear();
+        std::string ids;
         for (const std::string& id : MultiSz(value.data))
+        {
             object.recoverySequence.push_back(AsciiLower(id));
-        object.sequenceWhere = {value.line, "Element=" + [&] {
-                                                std::string ids;
-                                                for (const std::string& id : object.recoverySequence)
-                                                    ids += (ids.empty() ? "" : " ") + id;
-                                                return ids;
-                                            }()};
+            ids += (ids.empty() ? "" : " ") + AsciiLower(id);
+        }
+        object.sequenceWhere = {value.line, "Element=" + ids};
     }
     else if (element == "16000009")
     {

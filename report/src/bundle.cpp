@@ -22,7 +22,7 @@ const Text* Bundle::Decode(const std::string& name, bool captured)
         !(captured ? DecodeCapturedOutput(bytes, text, problem) : DecodeSystemText(bytes, text, problem)))
     {
         Note(entry->name, "could not be read: " + problem + "; left out of the report");
-        m_failed[entry->key] = true;
+        m_failed.insert(entry->key);
         return nullptr;
     }
     if (!problem.empty())

@@ -6,6 +6,7 @@
 #include "text.h"
 
 #include <map>
+#include <set>
 #include <string>
 
 namespace report
@@ -41,6 +42,6 @@ private:
     Report& m_report;
     TempFolder m_temp;
     std::map<std::string, Text> m_texts;
-    std::map<std::string, bool> m_failed;
+    std::set<std::string> m_failed; // entries already noted as unreadable
 };
 } // namespace report

@@ -2,7 +2,8 @@
 // starts it.
 #include "analysis.h"
 
-#include <set>
+#include <cctype>
+#include <cstdlib>
 
 namespace report
 {

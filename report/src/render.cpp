@@ -1,6 +1,7 @@
 // The report as terminal text, as JSON and as one self-contained HTML page.
 #include "report.h"
 
+#include <cctype>
 #include <cstdio>
 #include <sstream>
 
