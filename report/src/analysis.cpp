@@ -158,6 +158,9 @@ Facts Gather(Bundle& bundle)
         facts.systemInfoEntry = bundle.StoredName("systeminfo.log");
         facts.systemInfo = ParseSystemInfo(*text);
         facts.windowsPe = StartsWithNoCase(facts.Installed(SystemInfoField::WindowsDirectory), "X:");
+        if (facts.systemInfo.language.empty())
+            bundle.Note(facts.systemInfoEntry, "its labels are in a language that the report's label table does not "
+                                               "hold: the machine is not described");
     }
     if (const Text* text = bundle.Captured("mpdiag.log"))
     {

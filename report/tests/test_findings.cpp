@@ -499,3 +499,13 @@ TEST(Encodings, AFileThatIsNoTextIsNamedAndSkipped)
     EXPECT_TRUE(HasNote(report, "enum.reg", "could not be read"));
     EXPECT_EQ(1u, CountFindings(report, "boot.recovery-loader"));
 }
+
+TEST(Encodings, SystemInfoInALanguageOutsideTheTableIsNamed)
+{
+    fixtures::Bundle bundle = fixtures::SampleBundle();
+    bundle.Set("systeminfo.log", "Nom de l'h\xC3\xB4te:       SAMPLE-PC\r\nNom du syst\xC3\xA8me d'exploitation: Microsoft Windows 10 Pro\r\n");
+    const Report report = AnalyzeBundle(bundle);
+    EXPECT_TRUE(HasNote(report, "systeminfo.log", "a language that the report's label table does not hold"));
+    EXPECT_EQ("", report.machine.osName);
+    EXPECT_EQ(Summary(AnalyzeBundle(fixtures::SampleBundle())), Summary(report)) << "the findings do not depend on it";
+}
