@@ -4,7 +4,7 @@ and in the driver store. They match the sample machine's SATA controller (PCI\\V
 and its RAID controller (PCI\\VEN_1000&DEV_0079), but not its network adapter
 (PCI\\VEN_8086&DEV_10D3): the one network driver in the image is for another adapter.
 
-    make_recovery_image.py OUTPUT.wim
+    make_recovery_image.py OUTPUT.wim [WIMLIB_IMAGEX]
 """
 import os
 import subprocess
@@ -58,7 +58,7 @@ def write(path, data):
         f.write(data)
 
 
-def main(out):
+def main(out, imagex):
     with tempfile.TemporaryDirectory() as tree:
         for name, suffix, driver_class, class_guid, description, ids in DRIVERS:
             text = inf(name, driver_class, class_guid, description, ids)
@@ -72,11 +72,11 @@ def main(out):
         if os.path.exists(out):
             os.remove(out)
         name = "Microsoft Windows Recovery Environment (x64)"
-        subprocess.run(["wimlib-imagex", "capture", tree, out, name, name, "--boot"], check=True,
+        subprocess.run([imagex, "capture", tree, out, name, name, "--boot"], check=True,
                        stdout=subprocess.DEVNULL)
         properties = [a for k, v in PROPERTIES.items() for a in ("--image-property", f"{k}={v}")]
-        subprocess.run(["wimlib-imagex", "info", out, "1"] + properties, check=True, stdout=subprocess.DEVNULL)
+        subprocess.run([imagex, "info", out, "1"] + properties, check=True, stdout=subprocess.DEVNULL)
 
 
 if __name__ == "__main__":
-    main(sys.argv[1])
+    main(sys.argv[1], sys.argv[2] if len(sys.argv) > 2 else "wimlib-imagex")

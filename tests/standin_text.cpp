@@ -3,6 +3,7 @@
 #include "sample_facts.h"
 
 #include <algorithm>
+#include <cwchar>
 #include <vector>
 
 namespace
@@ -182,7 +183,11 @@ std::vector<std::wstring> Numbered(const std::wstring& first, const std::vector<
 {
     std::vector<std::wstring> values = {first};
     for (size_t i = 0; i < items.size(); ++i)
-        values.push_back(L"[0" + std::to_wstring(i + 1) + L"]: " + items[i]);
+    {
+        wchar_t number[16];
+        swprintf(number, 16, L"[%02u]: ", static_cast<unsigned>(i + 1));
+        values.push_back(number + items[i]);
+    }
     return values;
 }
 
