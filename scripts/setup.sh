@@ -11,6 +11,7 @@ sudo_() { if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi; }
 
 packages=(cmake make g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
           libz-mingw-w64-dev wine wine64 googletest dpkg-dev unzip zip python3
+          wimtools
           # mpdiag-report, built natively: the archive, WIM, hive and event log libraries, PCI names
           g++ pkg-config zlib1g-dev libzip-dev libwim-dev libhivex-dev libevtx-dev libbfio-dev pci.ids)
 missing=()

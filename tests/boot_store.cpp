@@ -1,5 +1,6 @@
 #include "boot_store.h"
 
+#include "sample_facts.h"
 #include "sample_machine.h"
 
 #include <algorithm>
@@ -81,18 +82,132 @@ void BootStore::Element(const wxString& id, const wxString& element, const std::
 
 void BootStore::Remove() { ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"BCD00000000"); }
 
-void InstallBootStore(const PartitionIdentity& system, const PartitionIdentity& recovery)
+namespace
 {
-    const wxString manager = "{9dea862c-5cdd-4e70-acc1-f32b344d4795}";
-    const wxString loader = "{4f2c1a8e-7b3d-11ef-a1c4-0021cc6b2e10}";
-    const wxString winre = "{4f2c1a8f-7b3d-11ef-a1c4-0021cc6b2e10}";
-    BootStore::Object(manager, kBootManager);
-    BootStore::Element(manager, "11000001", AppDeviceElement(recovery));
-    BootStore::Object(loader, kBootLoader);
-    BootStore::Element(loader, "11000001", AppDeviceElement(system));
-    BootStore::Element(loader, "14000008", MultiSz({winre.ToStdWstring()}), REG_MULTI_SZ);
-    BootStore::Object(winre, kBootLoader);
+// Element values as the store keeps them: text and single objects as REG_SZ, object lists as
+// REG_MULTI_SZ, booleans as one byte, integers as eight.
+void Text(const wxString& id, const wxString& element, const std::wstring& text)
+{
+    BootStore::Element(id, element,
+                       std::string(reinterpret_cast<const char*>(text.c_str()), (text.size() + 1) * sizeof(wchar_t)),
+                       REG_SZ);
+}
+
+void Objects(const wxString& id, const wxString& element, const std::vector<std::wstring>& objects)
+{
+    BootStore::Element(id, element, MultiSz(objects), REG_MULTI_SZ);
+}
+
+void Boolean(const wxString& id, const wxString& element, bool value)
+{
+    BootStore::Element(id, element, std::string(1, value ? '\1' : '\0'));
+}
+
+void Integer(const wxString& id, const wxString& element, ULONGLONG value)
+{
+    BootStore::Element(id, element, std::string(reinterpret_cast<const char*>(&value), sizeof value));
+}
+
+// What every application of the store carries: its device, path (the boot manager has none),
+// description and locale, and the settings it inherits.
+void Application(const wxString& id, DWORD type, const std::string& device, const std::wstring& path,
+                 const std::wstring& description, const std::wstring& locale, const std::wstring& inherits)
+{
+    BootStore::Object(id, type);
+    BootStore::Element(id, "11000001", device);
+    if (!path.empty())
+        Text(id, "12000002", path);
+    Text(id, "12000004", description);
+    Text(id, "12000005", locale);
+    Objects(id, "14000006", {inherits});
+}
+
+// A ramdisk device names its options object in its first 16 bytes.
+std::string WithOptions(std::string device, const GUID& options)
+{
+    Put(device, 0, &options, sizeof options);
+    return device;
+}
+
+const DWORD kResumeType = 0x10200004;
+const DWORD kMemoryTesterType = 0x10200005;
+const DWORD kLibrarySettingsType = 0x20100000;
+const DWORD kLoaderSettingsType = 0x20200003;
+const DWORD kResumeSettingsType = 0x20200004;
+const DWORD kDeviceOptionsType = 0x30000000;
+const GUID kRamdiskOptionsId = {0x4f2c1a90, 0x7b3d, 0x11ef, {0xa1, 0xc4, 0x00, 0x21, 0xcc, 0x6b, 0x2e, 0x10}};
+const ULONGLONG kDisplayRecovery = 3;
+const ULONGLONG kStandardMenu = 1;
+const ULONGLONG kAllowedInMemory = 0x15000075;
+} // namespace
+
+void InstallBootStore(const PartitionIdentity& system, const PartitionIdentity& recovery, const std::wstring& locale)
+{
+    namespace s = sample;
+    const std::string onSystem = AppDeviceElement(system);
+    const std::string ramdisk = WithOptions(OsDeviceElement(recovery, s::kRecoveryImage), kRamdiskOptionsId);
+
+    Application(s::kBootManager, kBootManager, AppDeviceElement(recovery), L"", L"Windows Boot Manager", locale,
+                s::kGlobalSettings);
+    Text(s::kBootManager, "23000003", s::kLoader);
+    Text(s::kBootManager, "23000006", s::kResume);
+    Objects(s::kBootManager, "24000001", {s::kLoader});
+    Objects(s::kBootManager, "24000010", {s::kMemoryTester});
+    Integer(s::kBootManager, "25000004", 30);
+
+    Application(s::kLoader, kBootLoader, onSystem, L"\\Windows\\system32\\winload.exe", s::kLoaderDescription, locale,
+                s::kLoaderSettings);
+    Objects(s::kLoader, "14000008", {s::kRecoveryLoader});
+    Integer(s::kLoader, "15000066", kDisplayRecovery);
+    Boolean(s::kLoader, "16000009", true);
+    Integer(s::kLoader, "17000077", kAllowedInMemory);
+    BootStore::Element(s::kLoader, "21000001", onSystem);
+    Text(s::kLoader, "22000002", L"\\Windows");
+    Text(s::kLoader, "23000003", s::kResume);
+    Integer(s::kLoader, "25000020", 0); // nx OptIn
+    Integer(s::kLoader, "250000c2", kStandardMenu);
+
     // The recovery loader starts from its ramdisk, so its application device is one too.
-    BootStore::Element(winre, "11000001", OsDeviceElement(recovery, L"\\Recovery\\WindowsRE\\Winre.wim"));
-    BootStore::Element(winre, "21000001", OsDeviceElement(recovery, L"\\Recovery\\WindowsRE\\Winre.wim"));
+    Application(s::kRecoveryLoader, kBootLoader, ramdisk, L"\\windows\\system32\\winload.exe",
+                L"Windows Recovery Environment", locale, s::kLoaderSettings);
+    Integer(s::kRecoveryLoader, "15000065", kDisplayRecovery);
+    BootStore::Element(s::kRecoveryLoader, "21000001", ramdisk);
+    Text(s::kRecoveryLoader, "22000002", L"\\windows");
+    Integer(s::kRecoveryLoader, "25000020", 0);
+    Integer(s::kRecoveryLoader, "250000c2", kStandardMenu);
+    Boolean(s::kRecoveryLoader, "26000022", true); // winpe
+
+    Application(s::kResume, kResumeType, onSystem, L"\\Windows\\system32\\winresume.exe", L"Windows Resume Application",
+                locale, s::kResumeLoaderSettings);
+    Objects(s::kResume, "14000008", {s::kRecoveryLoader});
+    Boolean(s::kResume, "16000009", true);
+    Integer(s::kResume, "17000077", kAllowedInMemory);
+    BootStore::Element(s::kResume, "21000001", onSystem);
+    Text(s::kResume, "22000002", L"\\hiberfil.sys");
+    Integer(s::kResume, "250000c2", kStandardMenu);
+
+    Application(s::kMemoryTester, kMemoryTesterType, onSystem, L"\\boot\\memtest.exe", L"Windows Memory Diagnostic",
+                locale, s::kGlobalSettings);
+    Boolean(s::kMemoryTester, "1600000b", true); // badmemoryaccess
+
+    BootStore::Object(s::kEmsSettings, kLibrarySettingsType);
+    Boolean(s::kEmsSettings, "16000020", false); // bootems
+    BootStore::Object(s::kDebuggerSettings, kLibrarySettingsType);
+    Integer(s::kDebuggerSettings, "15000011", 4); // debugtype Local
+    BootStore::Object(s::kBadMemory, kLibrarySettingsType);
+    BootStore::Object(s::kGlobalSettings, kLibrarySettingsType);
+    Objects(s::kGlobalSettings, "14000006", {s::kDebuggerSettings, s::kEmsSettings, s::kBadMemory});
+    BootStore::Object(s::kLoaderSettings, kLoaderSettingsType);
+    Objects(s::kLoaderSettings, "14000006", {s::kGlobalSettings, s::kHypervisorSettings});
+    BootStore::Object(s::kHypervisorSettings, kLoaderSettingsType);
+    Integer(s::kHypervisorSettings, "250000f3", 0); // hypervisordebugtype Serial
+    Integer(s::kHypervisorSettings, "250000f4", 1);
+    Integer(s::kHypervisorSettings, "250000f5", 115200);
+    BootStore::Object(s::kResumeLoaderSettings, kResumeSettingsType);
+    Objects(s::kResumeLoaderSettings, "14000006", {s::kGlobalSettings});
+
+    BootStore::Object(s::kRamdiskOptions, kDeviceOptionsType);
+    Text(s::kRamdiskOptions, "12000004", L"Windows Recovery");
+    BootStore::Element(s::kRamdiskOptions, "31000003", AppDeviceElement(recovery));
+    Text(s::kRamdiskOptions, "32000004", s::kRamdiskSdi);
 }

@@ -40,6 +40,10 @@ public:
     static void Remove();
 };
 
-// The store of the sample machine: a boot manager, the system's loader on `system` and its
-// recovery loader, whose ramdisk names \Recovery\WindowsRE\Winre.wim on `recovery`.
-void InstallBootStore(const PartitionIdentity& system, const PartitionIdentity& recovery);
+// The store of the sample machine, as "bcdedit /enum all" shows it there: the boot manager on
+// `recovery`; the system's loader on `system`, recovery enabled, whose recovery sequence is the
+// recovery loader, whose ramdisk names \Recovery\WindowsRE\Winre.wim on `recovery` with its
+// options object (boot.sdi); the resume application, the memory tester and the settings objects.
+// Its entries carry `locale`.
+void InstallBootStore(const PartitionIdentity& system, const PartitionIdentity& recovery,
+                      const std::wstring& locale = L"en-GB");

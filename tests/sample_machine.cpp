@@ -120,12 +120,11 @@ void InstallSampleDevices(const wxString& standinDll, const wxString& systemDir)
     InstallNative(standinDll, systemDir, L"cfgmgr32.dll", L"cfgmgr32");
 }
 
-void MakeRecoveryImage(const wxString& driveRoot)
+void InstallRecoveryImage(const wxString& image, const wxString& driveRoot)
 {
-    std::string image(300000, '\0');
-    for (size_t i = 0; i < image.size(); ++i)
-        image[i] = static_cast<char>((i * 2654435761u) >> 24);
-    Write(driveRoot + "Recovery\\WindowsRE\\WinRE.wim", image);
+    const wxString folder = driveRoot + "Recovery\\WindowsRE";
+    wxFileName::Mkdir(folder, 0777, wxPATH_MKDIR_FULL);
+    ::CopyFileW(image.wc_str(), (folder + "\\WinRE.wim").wc_str(), FALSE);
 }
 
 void RemoveStandInOverrides()

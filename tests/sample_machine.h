@@ -17,7 +17,8 @@ void RemoveStandInOverrides();
 // network adapter whose drivers are missing; and the configuration manager's stand-in, which
 // reports those two as problem devices.
 void InstallSampleDevices(const wxString& standinDll, const wxString& systemDir);
-// A recovery image below "\Recovery" of the drive root `driveRoot` ("C:\").
-void MakeRecoveryImage(const wxString& driveRoot);
+// The recovery image file `image` (a WIM), as "\Recovery\WindowsRE\WinRE.wim" of the drive root
+// `driveRoot` ("C:\").
+void InstallRecoveryImage(const wxString& image, const wxString& driveRoot);
 // REG_MULTI_SZ text: each string with its zero, then the closing empty string.
 std::wstring MultiSzText(const std::vector<std::wstring>& strings);

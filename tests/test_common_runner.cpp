@@ -14,6 +14,22 @@ wxString Child(const wxString& args) { return "\"" + BuildPath("child_writer.exe
 
 std::vector<wxString> Lines(const wxArrayString& array) { return std::vector<wxString>(array.begin(), array.end()); }
 
+// The lines whole, zero characters included, to compare with texts made by Text.
+std::vector<std::wstring> WholeLines(const wxArrayString& array)
+{
+    std::vector<std::wstring> lines;
+    for (const wxString& line : array)
+        lines.emplace_back(line.wc_str(), line.length());
+    return lines;
+}
+
+// A wide text of every character of the literal, zero characters included.
+template <size_t N>
+std::wstring Text(const wchar_t (&literal)[N])
+{
+    return std::wstring(literal, N - 1);
+}
+
 // Restores the process's directory whatever a test does to it.
 struct KeepCurrentDir
 {
@@ -92,6 +108,29 @@ TEST(RunProcess, Utf8OutputIsDecoded)
     RunProcess(Child("out:47c3bc72c39f0d0a"), true, "", &lines, false);
     ASSERT_EQ(lines.size(), 1u);
     EXPECT_EQ(lines[0], wxString(L"G\xFCr\xDF\r"));
+}
+
+// What wmic writes into a pipe: UTF-16LE behind a byte-order mark ("Hot", CR LF, "KB", CR LF).
+// Read as UTF-8, each byte of the mark becomes U+FFFD and every zero byte a zero character that
+// stays in its line; a line feed's zero byte begins the next line.
+TEST(RunProcess, Utf16OutputKeepsItsZerosAndItsMarkAsTwoReplacementCharacters)
+{
+    wxArrayString lines;
+    RunProcess(Child("out:fffe48006f0074000d000a004b0042000d000a00"), true, "", &lines, false);
+    EXPECT_EQ(WholeLines(lines), (std::vector<std::wstring>{Text(L"\xFFFD\xFFFDH\0o\0t\0\r\0"), Text(L"\0K\0B\0\r\0"),
+                                                            Text(L"\0")}));
+}
+
+// What bcdedit and systeminfo write on a German machine: code page 850, where a letter outside
+// ASCII is a byte that UTF-8 does not allow; each such byte becomes one U+FFFD.
+TEST(RunProcess, CodePageLettersBecomeOneReplacementCharacterEach)
+{
+    wxArrayString lines;
+    // "Ger\x84teoptionen" CR LF, "Wei\xE1" CR LF, "\x9Aberwachung" CR LF
+    RunProcess(Child("out:476572847465" "6f7074696f6e656e0d0a" "576569e10d0a" "9a6265727761636875" "6e670d0a"), true, "",
+               &lines, false);
+    EXPECT_EQ(WholeLines(lines), (std::vector<std::wstring>{L"Ger\xFFFDteoptionen\r", L"Wei\xFFFD\r",
+                                                            L"\xFFFD" L"berwachung\r"}));
 }
 
 TEST(RunProcess, SixtyFourKibArriveWhole)

@@ -14,6 +14,9 @@
 #include <algorithm>
 #include <memory>
 #include <set>
+#include <string>
+
+using namespace std::string_literals;
 
 namespace
 {
@@ -37,11 +40,11 @@ protected:
         for (const wchar_t* name : {L"bcdedit.exe", L"wmic.exe", L"systeminfo.exe"})
             ::MoveFileW((GetSystemDir() + "\\" + name).wc_str(), (saved.Path() + "\\" + name).wc_str());
         InstallStandIns(BuildPath("standin.exe"), GetSystemDir());
-        ::SetEnvironmentVariableW(L"MPDIAG_STANDIN_LINE_FEEDS", L"1");
     }
     void TearDown() override
     {
-        ::SetEnvironmentVariableW(L"MPDIAG_STANDIN_LINE_FEEDS", nullptr);
+        for (const wchar_t* name : {L"MPDIAG_STANDIN_LINE_FEEDS", L"MPDIAG_STANDIN_BLANK_LINES"})
+            ::SetEnvironmentVariableW(name, nullptr);
         for (const wchar_t* name : {L"bcdedit.exe", L"wmic.exe", L"systeminfo.exe"})
         {
             const wxString original = saved.Path() + "\\" + name;
@@ -67,6 +70,10 @@ protected:
     wxString zip = dir / "mpdiag.zip";
 };
 
+// The bytes a command's file must hold, as kept beside the tests for the sample machine's
+// stand-ins (English, writing as Windows does).
+std::string ArchiveBytes(const char* name) { return ReadBytes(wxString(MPDIAG_ARCHIVE_BYTES "\\field-en\\") + name); }
+
 const std::set<wxString> kCopiedSystemFiles = {
     "Inf/setupapi.dev.log", "Inf/setupapi.app.log", "Inf/setupapi.offline.log", "setupact.log", "setuperr.log",
     "WindowsUpdate.log",    "DtcInstall.log",       "debug/netsetup.log",        "debug/mrt/mrt.log",
@@ -80,28 +87,68 @@ TEST_F(GetMPDiagTest, NormalRunCollectsFilesCommandsAndArchive)
     EXPECT_TRUE(Run(false));
 
     std::set<wxString> expected = kCopiedSystemFiles;
-    for (const char* name : {"mp.log", "mpb.log", "enum.reg", "services.reg", "bcdedit_all.log", "wmic_disks.log",
-                             "systeminfo.log"})
+    for (const char* name : {"mp.log", "mpb.log", "enum.reg", "services.reg", "bcdedit_all.log", "wmic_hotfix.log",
+                             "wmic_disks.log", "systeminfo.log"})
         expected.insert(name);
     EXPECT_EQ(ZipNames(zip), expected);
 
     EXPECT_EQ(ReadBytes(dest + "\\mp.log"), "sample System32\\mp.log\r\nsecond line\r\n");
     EXPECT_EQ(ReadBytes(dest + "\\mpb.log"), "sample product log\r\n");
-    // Each captured line keeps its own CR, and gets CR LF on top.
-    EXPECT_EQ(ReadBytes(dest + "\\bcdedit_all.log"),
-              "\r\r\nBoot Manager\r\r\n-------------\r\r\nidentifier              {bootmgr}\r\r\n\r\r\n"
-              "Boot Loader\r\r\n-----------\r\r\ndescription             Sample \xC3\x9C"
-              "bersicht \xE2\x82\xAC\r\r\n");
-    EXPECT_EQ(ReadBytes(dest + "\\systeminfo.log"),
-              "Host Name:        SAMPLE-PC\r\r\nSystem Locale:    de;Deutsch (\xC3\x96sterreich)\r\r\n\r\r\n\r\r\n");
-    EXPECT_EQ(ReadBytes(dest + "\\wmic_disks.log"), "Caption            Size\r\r\nSAMPLE DISK 0      64424509440\r\r\n");
-    // Output made of line feeds only gives no file.
-    EXPECT_FALSE(PathExists(dest + "\\wmic_hotfix.log"));
     // The system cannot save a hive here; the run goes on without it.
     EXPECT_FALSE(PathExists(dest + "\\BCD00000000.hiv"));
     EXPECT_TRUE(ReadBytes(dest + "\\services.reg").size() > 100);
     EXPECT_FALSE(PathExists(dest + "\\System32\\WinEvt"));
     EXPECT_FALSE(PathExists(dest + "\\boot.wim"));
+}
+
+// What Windows writes into the pipe is read as UTF-8 and saved line by line: wmic's UTF-16 keeps
+// its zero bytes and its byte-order mark becomes two U+FFFD; a code-page letter becomes one.
+TEST_F(GetMPDiagTest, CommandOutputIsSavedAsTheSystemWroteIt)
+{
+    EXPECT_TRUE(Run(false));
+    for (const char* name : {"bcdedit_all.log", "wmic_hotfix.log", "wmic_disks.log", "systeminfo.log"})
+    {
+        const std::string bytes = ReadBytes(dest + "\\" + name);
+        ASSERT_FALSE(ArchiveBytes(name).empty()) << name;
+        EXPECT_TRUE(bytes == ArchiveBytes(name)) << name << ": " << bytes.size() << " bytes, expected "
+                                                 << ArchiveBytes(name).size();
+    }
+    EXPECT_EQ(ReadBytes(dest + "\\wmic_hotfix.log").substr(0, 12), "\xEF\xBF\xBD\xEF\xBF\xBD_\0_\0G\0"s);
+    // Each captured line keeps its own CR and gets CR LF on top; "Jürgen Weiß" in code page 850.
+    EXPECT_NE(ReadBytes(dest + "\\systeminfo.log").find("J\xEF\xBF\xBDrgen Wei\xEF\xBF\xBD\r\r\n"), std::string::npos);
+}
+
+// Runs of line feeds are no line, but a CR LF blank line is one: a lone CR.
+TEST_F(GetMPDiagTest, OutputOfLineFeedsGivesNoFileButCrLfBlankLinesDo)
+{
+    ::SetEnvironmentVariableW(L"MPDIAG_STANDIN_LINE_FEEDS", L"1");
+    ::SetEnvironmentVariableW(L"MPDIAG_STANDIN_BLANK_LINES", L"1");
+    EXPECT_TRUE(Run(false));
+    EXPECT_FALSE(PathExists(dest + "\\wmic_hotfix.log"));
+    EXPECT_EQ(ReadBytes(dest + "\\wmic_disks.log"), "\r\r\n\r\r\n\r\r\n");
+    EXPECT_FALSE(ZipNames(zip).count("wmic_hotfix.log"));
+    EXPECT_TRUE(ZipNames(zip).count("wmic_disks.log"));
+}
+
+// The stand-ins answer only the collector's exact command lines, so a changed one fails here and
+// in the tests of the collection.
+TEST_F(GetMPDiagTest, StandInsAnswerOnlyTheirExactCommandLines)
+{
+    for (const char* line : {"bcdedit.exe /enum all", "bcdedit", "wmic qfe list brief /format:texttablewsys",
+                             "wmic diskdrive list", "systeminfo"})
+    {
+        wxArrayString lines;
+        EXPECT_EQ(RunCommand(line, &lines), 0) << line;
+        EXPECT_GE(lines.size(), 4u) << line;
+    }
+    for (const char* line : {"bcdedit /enum all", "bcdedit.exe /enum", "bcdedit.exe  /enum all", "bcdedit.exe",
+                             "wmic qfe list brief", "wmic qfe list brief /format:texttable", "wmic diskdrive list brief",
+                             "wmic.exe diskdrive list", "systeminfo /fo list", "systeminfo.exe"})
+    {
+        wxArrayString lines;
+        EXPECT_EQ(RunCommand(line, &lines), 1) << line;
+        EXPECT_TRUE(lines.empty()) << line;
+    }
 }
 
 TEST_F(GetMPDiagTest, ExtendedRunAlsoCollectsTheEventLogs)
