@@ -27,7 +27,7 @@ std::string DescribeDisk(const Disk& disk)
     std::string text = "disk " + (disk.index.empty() ? "?" : disk.index) + ": " + (disk.model.empty() ? "(no model)" : disk.model) +
                        ", " + style + ", " + FormatSize(disk.size);
     if (!disk.partitions.empty())
-        text += ", " + disk.partitions + " partitions";
+        text += ", " + disk.partitions + (disk.partitions == "1" ? " partition" : " partitions");
     if (!disk.status.empty())
         text += ", status " + disk.status;
     return text;
