@@ -170,6 +170,14 @@ void CheckRecoveryImage(const Facts& facts, Report& report)
                                       "The collector found no recovery image on the machine", AdviceForSearch(facts));
         finding.evidence.push_back({"recovery_path.log", 0, "not in the archive"});
         SearchRecords(facts, finding);
+        if (const BcdObject* loader = RecoveryLoader(facts))
+        {
+            const bool os = loader->osDevice.kind == BcdDevice::Kind::Ramdisk;
+            const BcdDevice& device = os ? loader->osDevice : loader->device;
+            if (device.kind == BcdDevice::Kind::Ramdisk)
+                finding.evidence.push_back({facts.store.entry, (os ? loader->osDeviceWhere : loader->deviceWhere).line,
+                                            "the boot configuration's recovery loader names " + device.Describe()});
+        }
     }
     if (!facts.extended && !facts.recoveryPath.empty())
     {

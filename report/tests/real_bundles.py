@@ -66,7 +66,8 @@ def check_run(name, result):
     check(has(result, "boot.current-loader", "info"), f"{name}: the system's boot loader is found")
     check(not has(result, "boot.recovery-disabled"), f"{name}: recovery is enabled")
     check(not has(result, "archive.unsafe-entries"), f"{name}: no unsafe names")
-    if name == "store":
+    without_image = name in ("store", "extended_store")
+    if without_image:
         found = [f for f in result["findings"] if f["id"] == "recovery.image-not-found"]
         check(len(found) == 1 and found[0]["severity"] == "error", f"{name}: no recovery image")
         check(found and any(e["entry"] == "mpdiag.log" and e["text"] == "Can't get system drive"
@@ -82,8 +83,11 @@ def check_run(name, result):
         else:
             check(has(result, "recovery.image-invalid", "error"), f"{name}: boot.wim is checked")
     else:
-        check(result["run"] == "normal", f"{name}: a normal run")
+        check(result["run"] == ("extended" if name == "extended_store" else "normal"), f"{name}: the kind of run")
         check(has(result, "drivers.not-checked", "info"), f"{name}: drivers not checked without boot.wim")
+        check(not has(result, "recovery.image"), f"{name}: no image described")
+    check(not has(result, "recovery.image-not-collected", "warning"),
+          f"{name}: no copy failed (an image that was not found is not missing from the archive)")
 
 
 def check_same(exe, archives):
@@ -112,7 +116,7 @@ def main():
         check_same(exe, sys.argv[3:])
     else:
         runs = [(name, os.path.join(sys.argv[2], name, "tool", "mpdiag.zip"))
-                for name in ("normal", "extended", "store", "german", "utf8")]
+                for name in ("normal", "extended", "store", "german", "utf8", "extended_store")]
         runs = dict((name, archive) for name, archive in runs if os.path.exists(archive))
         if not runs:
             print(f"no archive of the collector's end-to-end runs in {sys.argv[2]}: skipped")

@@ -74,7 +74,10 @@ TEST(RecoveryImageNotFound, AppearsWithoutRecoveryPathAndQuotesTheStoreWalk)
     EXPECT_EQ(Severity::Error, finding.severity);
     EXPECT_EQ("recovery_path.log:0: not in the archive\n"
               "mpdiag.log:1: System volume: \\\\.\\C:; Device Number: 2\n"
-              "mpdiag.log:2: Can't get system drive\n",
+              "mpdiag.log:2: Can't get system drive\n"
+              "BCD00000000.reg:" + std::to_string(finding.evidence.back().line) +
+                  ": the boot configuration's recovery loader names ramdisk \\Recovery\\WindowsRE\\Winre.wim on the "
+                  "partition at offset 1 MiB of MBR disk 0x5A3C9E01\n",
               EvidenceText(finding));
     EXPECT_NE(std::string::npos, finding.advice.find("could not tell which disk holds the system volume"));
     EXPECT_EQ(0u, CountFindings(report, "collection.log-errors")) << "the walk's records are the finding's evidence";
