@@ -1,12 +1,20 @@
 #!/usr/bin/env bash
 # Builds the release package dist/mpdiag-<version>-win-x64.zip: mpdiag.exe, the administrators'
-# text, THIRD-PARTY-NOTICES.txt and SHA256SUMS. The same commit gives the same bytes:
+# text, THIRD-PARTY-NOTICES.txt and SHA256SUMS. Unsigned, the same commit gives the same bytes:
 # the executable carries no time stamp and the archive's entries carry a fixed date.
 #   release.sh [BUILD_DIR [OUT_DIR]]
+# mpdiag.exe is signed (Authenticode, SHA-256) when the signer's certificate is given:
+#   MPDIAG_SIGN_PKCS12         the PKCS#12 file with the certificate and its private key
+#   MPDIAG_SIGN_PASSWORD       its password (none when unset)
+#   MPDIAG_SIGN_TIMESTAMP_URL  an RFC 3161 time-stamp server, optional
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:-$top/build-release}
 out=${2:-$top/dist}
+if [ -z "${MPDIAG_SIGN_PKCS12:-}" ] && [ -n "${MPDIAG_SIGN_PASSWORD:-}${MPDIAG_SIGN_TIMESTAMP_URL:-}" ]; then
+    echo "release.sh: MPDIAG_SIGN_PASSWORD or MPDIAG_SIGN_TIMESTAMP_URL is set, MPDIAG_SIGN_PKCS12 is not" >&2
+    exit 1
+fi
 temps=()
 trap 'rm -rf "${temps[@]}"' EXIT
 stage=$(mktemp -d) && temps+=("$stage")
@@ -37,6 +45,13 @@ python3 "$top/packaging/third_party_notices.py" "$map" "$build/app" "$build" "$w
     >"$stage/THIRD-PARTY-NOTICES.txt"
 
 exe="$build/mpdiag.exe"
+if [ -n "${MPDIAG_SIGN_PKCS12:-}" ]; then
+    sign=(osslsigncode sign -pkcs12 "$MPDIAG_SIGN_PKCS12" -readpass /dev/stdin -h sha256 -n mpdiag)
+    [ -z "${MPDIAG_SIGN_TIMESTAMP_URL:-}" ] || sign+=(-ts "$MPDIAG_SIGN_TIMESTAMP_URL")
+    # The password goes through a pipe, never onto a command line.
+    printf '%s' "${MPDIAG_SIGN_PASSWORD:-}" | "${sign[@]}" -in "$exe" -out "$stage/mpdiag.exe" >/dev/null
+    exe="$stage/mpdiag.exe"
+fi
 
 mkdir -p "$out"
 package="$out/mpdiag-$version-win-x64.zip"

@@ -10,7 +10,8 @@ host=x86_64-w64-mingw32
 sudo_() { if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi; }
 
 packages=(cmake make g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
-          libz-mingw-w64-dev wine wine64 googletest dpkg-dev unzip zip python3)
+          libz-mingw-w64-dev wine wine64 googletest dpkg-dev unzip zip python3
+          osslsigncode openssl)
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'ok installed' || missing+=("$p")
