@@ -37,7 +37,8 @@ def owners(paths):
     return {p: found.get(p) for p in paths}
 
 def files_listed_after(heading):
-    start = notices.index(heading + "\n") + len(heading) + 1
+    assert "\n" + heading + "\n" in notices, f"no line \"{heading}\" in the notices"
+    start = notices.index("\n" + heading + "\n") + len(heading) + 2
     listed = []
     for line in notices[start:].splitlines():
         if not line.startswith("    "):
@@ -87,22 +88,24 @@ PY
 
 # Doctored maps: one more archive member taken, or one more object loaded.
 write_notices() { python3 "$top/packaging/third_party_notices.py" "$1" "$build/app" "$build" "$wxprefix"; }
+expect_line() { grep -qxF -- "$1" "$2" || { echo "FAIL: no line \"$1\" in $2" >&2; exit 1; }; }
 touch "$scratch/libunknown.a"
 sed "0,/^\$/s||$scratch/libunknown.a(unknown.o)\n                              main.cpp.obj (unknown)\n|" \
     "$build/mpdiag.map" >"$scratch/unknown.map"
-grep -q "^$scratch/libunknown.a(unknown.o)\$" "$scratch/unknown.map"
+expect_line "$scratch/libunknown.a(unknown.o)" "$scratch/unknown.map"
 if write_notices "$scratch/unknown.map" >"$scratch/unknown.txt" 2>"$scratch/unknown.err"; then
     echo "FAIL: a linked file of unknown origin gave notices without it" >&2
     exit 1
 fi
-grep -q "^  $scratch/libunknown.a\$" "$scratch/unknown.err" || { cat "$scratch/unknown.err" >&2; exit 1; }
+expect_line "  $scratch/libunknown.a" "$scratch/unknown.err"
 
 # A file of the googletest package, as if the test framework were linked into the executable.
 extra=/usr/src/googletest/googletest/src/gtest-all.cc
 sed "s|^LOAD CMakeFiles/mpdiag.dir/objects.a\$|LOAD $extra\n&|" "$build/mpdiag.map" >"$scratch/extra.map"
 write_notices "$scratch/extra.map" >"$scratch/extra.txt"
 version=$(dpkg-query -W -f='${Version}' googletest)
-grep -qx "Linked from googletest $version:" "$scratch/extra.txt"
-grep -qx "    gtest-all.cc" "$scratch/extra.txt"
-grep -qF "$(head -3 /usr/share/doc/googletest/copyright)" "$scratch/extra.txt"
+expect_line "Linked from googletest $version:" "$scratch/extra.txt"
+expect_line "    gtest-all.cc" "$scratch/extra.txt"
+python3 -c 'import sys; assert open(sys.argv[1]).read().rstrip("\n") in open(sys.argv[2]).read(), "no copyright text"' \
+    /usr/share/doc/googletest/copyright "$scratch/extra.txt"
 echo "notices follow the link: an unknown file stops the release, googletest $version gets its section"
