@@ -119,7 +119,10 @@ def debian_sections(packages):
             "about": [f"Source: Debian source package {record['source']}, version {record['source_version']}"],
             "texts": []})
         source["about"] += linked_lines(f"{package} {record['version']}", by_package[package])
-        text = read_text(os.path.join("/usr/share/doc", package, "copyright"))
+        try:
+            text = read_text(os.path.join("/usr/share/doc", package, "copyright"))
+        except OSError as e:
+            sys.exit(f"third_party_notices: no copyright file of {package} ({e})")
         if text not in source["texts"]:
             source["texts"].append(text)
     return list(sources.values())
