@@ -75,7 +75,7 @@ TEST_F(RecoveryTest, ImageBelowTheRecoveryFolderIsReturnedWithoutAnyLine)
     EXPECT_TRUE(fake.opened.empty()) << "no device is opened";
 }
 
-TEST_F(RecoveryTest, FirstImageOfTheSearchWinsAndHiddenFoldersAreSearched)
+TEST_F(RecoveryTest, HiddenFoldersAreSearchedAndTheTopFolderImageIsMetLast)
 {
     MakeDirs("C:\\Recovery\\WindowsRE");
     WriteBytes("C:\\Recovery\\WindowsRE\\WinRE.wim", "image");
