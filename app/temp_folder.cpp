@@ -5,6 +5,7 @@
 
 #include <wx/dir.h>
 #include <wx/filename.h>
+#include <wx/log.h>
 
 #include <windows.h>
 
@@ -29,8 +30,13 @@ wxString MakeUniqueTempFolder(const wxString& prefix)
     if (!free)
         return wxString();
 
-    if (!DirExists(candidate) && !wxFileName::Mkdir(candidate, 0777, wxPATH_MKDIR_FULL))
-        return wxString();
+    {
+        // Before the diagnostic log exists: a failure is told by the empty result alone, never on
+        // standard error.
+        wxLogNull quiet;
+        if (!DirExists(candidate) && !wxFileName::Mkdir(candidate, 0777, wxPATH_MKDIR_FULL))
+            return wxString();
+    }
 
     const DWORD attributes = ::GetFileAttributesW(candidate.wc_str());
     ::SetFileAttributesW(candidate.wc_str(), attributes | FILE_ATTRIBUTE_HIDDEN);

@@ -11,7 +11,7 @@ sudo_() { if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi; }
 
 packages=(cmake make g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
           libz-mingw-w64-dev wine wine64 googletest dpkg-dev unzip zip python3
-          wimtools
+          wimtools osslsigncode openssl
           # mpdiag-report, built natively: the archive, WIM, hive and event log libraries, PCI names
           g++ pkg-config zlib1g-dev libzip-dev libwim-dev libhivex-dev libevtx-dev libbfio-dev pci.ids)
 missing=()
@@ -61,6 +61,10 @@ mkdir -p "$wxprefix/setup"
 cp -r "$setup" "$wxprefix/setup/"
 mkdir -p "$wxprefix/lib"
 cp "$wxprefix"/build/lib/*.a "$wxprefix/lib/"
+# The source package's copyright file and version, for the release's third-party notices.
+mkdir -p "$wxprefix/debian"
+cp "$src/wx/debian/copyright" "$wxprefix/debian/"
+sed -n 's/^Version: //p' "$src"/*.dsc >"$wxprefix/debian/version"
 rm -rf "$wxprefix/build" "$src"
 touch "$wxprefix/.done"
 echo "wxWidgets: done"

@@ -75,7 +75,7 @@ TEST_F(RecoveryTest, ImageBelowTheRecoveryFolderIsReturnedWithoutAnyLine)
     EXPECT_TRUE(fake.opened.empty()) << "no device is opened";
 }
 
-TEST_F(RecoveryTest, FirstImageOfTheSearchWinsAndHiddenFoldersAreSearched)
+TEST_F(RecoveryTest, HiddenFoldersAreSearchedAndTheTopFolderImageIsMetLast)
 {
     MakeDirs("C:\\Recovery\\WindowsRE");
     WriteBytes("C:\\Recovery\\WindowsRE\\WinRE.wim", "image");
@@ -83,7 +83,28 @@ TEST_F(RecoveryTest, FirstImageOfTheSearchWinsAndHiddenFoldersAreSearched)
     ::SetFileAttributesW(L"C:\\Recovery\\WindowsRE", FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
     EXPECT_EQ(GetCRecoveryPath(), "C:\\Recovery\\WindowsRE\\WinRE.wim");
     WriteBytes("C:\\Recovery\\WinRE.wim", "image at the top");
-    EXPECT_EQ(GetCRecoveryPath(), "C:\\Recovery\\WinRE.wim") << "a folder's files come before its subfolders";
+    EXPECT_EQ(GetCRecoveryPath(), "C:\\Recovery\\WinRE.wim") << "a folder's own files are met after its subfolders";
+}
+
+// The library's first-match search is not what its name says: it enters every subfolder before it
+// lists a folder's own files, and its stop ends only the file listing of the folder it is in, so
+// every match is met and the last one met wins: the top folder's own file, or else the match in
+// the subfolder that the system lists last.
+TEST_F(RecoveryTest, OfSeveralImagesTheLastOneTheSearchMeetsWins)
+{
+    for (const char* folder : {"C:\\Recovery\\First", "C:\\Recovery\\Second"})
+    {
+        MakeDirs(folder);
+        WriteBytes(wxString(folder) + "\\WinRE.wim", "image");
+    }
+    WriteBytes("C:\\Recovery\\WinRE.wim", "image at the top");
+    EXPECT_EQ(GetCRecoveryPath(), "C:\\Recovery\\WinRE.wim");
+
+    ::DeleteFileW(L"C:\\Recovery\\WinRE.wim");
+    const std::vector<WIN32_FIND_DATAW> listed = FindAll("C:\\Recovery\\*");
+    ASSERT_EQ(listed.size(), 2u);
+    EXPECT_EQ(GetCRecoveryPath(), wxString("C:\\Recovery\\") + listed.back().cFileName + "\\WinRE.wim")
+        << "listed first: " << wxString(listed.front().cFileName).utf8_string();
 }
 
 TEST_F(RecoveryTest, MbrSystemDiskLeadsThroughTheStoreToTheImage)

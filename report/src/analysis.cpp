@@ -1,5 +1,6 @@
 #include "analysis.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace report
@@ -158,7 +159,10 @@ Facts Gather(Bundle& bundle)
         facts.systemInfoEntry = bundle.StoredName("systeminfo.log");
         facts.systemInfo = ParseSystemInfo(*text);
         facts.windowsPe = StartsWithNoCase(facts.Installed(SystemInfoField::WindowsDirectory), "X:");
-        if (facts.systemInfo.language.empty())
+        const bool empty = std::all_of(text->lines.begin(), text->lines.end(), [](const std::string& line) { return Trim(line).empty(); });
+        if (empty)
+            bundle.Note(facts.systemInfoEntry, "is empty: the machine is not described");
+        else if (facts.systemInfo.language.empty())
             bundle.Note(facts.systemInfoEntry, "its labels are in a language that the report's label table does not "
                                                "hold: the machine is not described");
     }
