@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Zip throughput of ZipAdd under Wine against a native "zip -9 -r", on the same folder of
-# SIZE_MB megabytes (default 200), half text-like and half random data.
+# Zip throughput of ZipAdd under Wine against raw zlib level 9 under Wine (zlib_bench.exe) and
+# a native "zip -9 -r", on the same folder of SIZE_MB megabytes (default 200), half text-like and
+# half random data.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 size=${1:-200}
@@ -24,12 +25,13 @@ export WINEPREFIX="$top/build/wineprefix" WINEDEBUG=-all
 "$top/build/wine-run.sh" --start
 wine_dir='Z:'"${work//\//\\}"
 ours=$(wine "$top/build/zip_bench.exe" "$wine_dir\\data" "$wine_dir\\ours.zip" </dev/null | tr -d '\r')
+zlib=$(wine "$top/build/zlib_bench.exe" "$wine_dir\\data" "$wine_dir\\zlib.out" </dev/null | tr -d '\r')
 "$top/build/wine-run.sh" --stop
 start=$(date +%s.%N)
 (cd "$work/data" && zip -q -9 -r "$work/native.zip" .)
 native=$(python3 -c "print($(date +%s.%N) - $start)")
 echo "data: $size MB"
-for run in "ZipAdd under Wine:$ours:ours.zip" "native zip -9 -r:$native:native.zip"; do
+for run in "ZipAdd under Wine:$ours:ours.zip" "raw zlib 9 under Wine:$zlib:zlib.out" "native zip -9 -r:$native:native.zip"; do
     IFS=: read -r what seconds file <<<"$run"
-    python3 -c "print(f'{\"$what\":20} {$seconds:7.2f} s {$size / $seconds:7.1f} MB/s  archive {$(stat -c %s "$work/$file")} bytes')"
+    python3 -c "print(f'{\"$what\":22} {$seconds:7.2f} s {$size / $seconds:7.1f} MB/s  archive {$(stat -c %s "$work/$file")} bytes')"
 done
