@@ -73,7 +73,9 @@ CFileCopierFS::~CFileCopierFS()
     ReleaseVSSBackup();
 }
 
-VssLibraryCalls g_vssLibrary = {::LoadLibraryW, ::GetProcAddress};
+VssLibraryCalls g_vssLibrary = {
+    ::LoadLibraryW, ::GetProcAddress, ::CoInitializeEx, ::CoInitializeSecurity, GetOSVersion,
+};
 
 namespace
 {
@@ -94,13 +96,13 @@ const size_t kVolumeChars = 1024;
 
 bool CFileCopierFS::CreateVSSBackup(const wxString& volume)
 {
-    HRESULT hr = ::CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    HRESULT hr = g_vssLibrary.coInitializeEx(nullptr, COINIT_MULTITHREADED);
     if (FAILED(hr))
         VSS_FAIL(362, "CoInitialize() failed");
     // Best effort: without the privilege the service may still agree, or refuse at a later step.
     EnablePrivilege(wxT("SeBackupPrivilege"));
-    hr = ::CoInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_PKT_PRIVACY,
-                                RPC_C_IMP_LEVEL_IDENTIFY, nullptr, EOAC_NONE, nullptr);
+    hr = g_vssLibrary.coInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_PKT_PRIVACY,
+                                           RPC_C_IMP_LEVEL_IDENTIFY, nullptr, EOAC_NONE, nullptr);
     if (FAILED(hr) && hr != RPC_E_TOO_LATE)
         VSS_FAIL(377, "CoInitializeSecurity() failed 0x%x", static_cast<unsigned>(hr));
 
@@ -118,7 +120,7 @@ bool CFileCopierFS::CreateVSSBackup(const wxString& volume)
     if (FAILED(hr))
         VSS_FAIL(404, "IVssBackupComponents->InitializeForBackup() failed error 0x%x", static_cast<unsigned>(hr));
     OSVersionInfo os;
-    if ((GetOSVersion(os).versionMS >> 16) <= 5)
+    if ((g_vssLibrary.getOSVersion(os).versionMS >> 16) <= 5)
         VSS_FAIL(410, "Pre-Vista OS is not supported");
 
     IVssAsync* async = nullptr;

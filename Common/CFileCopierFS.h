@@ -7,11 +7,15 @@
 
 #include <vector>
 
-// How the shadow copy library is reached: the real calls unless a test puts fakes here.
+// How the shadow copy library is reached, with the COM set-up and the system's version before
+// it: the real calls unless a test puts fakes here.
 struct VssLibraryCalls
 {
     HMODULE(WINAPI* loadLibrary)(LPCWSTR name);
     FARPROC(WINAPI* getProcAddress)(HMODULE module, LPCSTR name);
+    decltype(&::CoInitializeEx) coInitializeEx;
+    decltype(&::CoInitializeSecurity) coInitializeSecurity;
+    OSVersionInfo& (*getOSVersion)(OSVersionInfo& info);
 };
 extern VssLibraryCalls g_vssLibrary;
 

@@ -20,6 +20,17 @@ bool EnablePrivilege(const wxString& name);
 
 // ---- command runner ----
 
+// How the runner starts a child and waits for it: the real calls unless a test puts fakes here.
+struct ProcessCalls
+{
+    decltype(&::CreatePipe) createPipe;
+    decltype(&::SetHandleInformation) setHandleInformation;
+    decltype(&::CreateProcessW) createProcess;
+    decltype(&::GetExitCodeProcess) getExitCodeProcess;
+    decltype(&::Sleep) sleep;
+};
+extern ProcessCalls g_processCalls;
+
 // Runs `commandLine` hidden; with `output`, its standard output (and standard error when
 // `captureStderr`) is appended as lines split at "\n". Returns the exit code, -1 when the
 // pipe or the process could not be created, 0 when not waiting.

@@ -11,6 +11,10 @@
 
 #include <string>
 
+ProcessCalls g_processCalls = {
+    ::CreatePipe, ::SetHandleInformation, ::CreateProcessW, ::GetExitCodeProcess, ::Sleep,
+};
+
 namespace
 {
 const DWORD kPipeSize = 0x8000000;
@@ -20,8 +24,8 @@ const DWORD kDirBufferChars = 1024;
 int WaitForExit(HANDLE process)
 {
     DWORD code = 0;
-    while (::GetExitCodeProcess(process, &code) && code == STILL_ACTIVE)
-        ::Sleep(10);
+    while (g_processCalls.getExitCodeProcess(process, &code) && code == STILL_ACTIVE)
+        g_processCalls.sleep(10);
     return static_cast<int>(code);
 }
 
@@ -81,11 +85,11 @@ int RunProcess(const wxString& commandLine, bool wait, const wxString& currentDi
         SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
         HANDLE readRaw = INVALID_HANDLE_VALUE;
         HANDLE writeRaw = INVALID_HANDLE_VALUE;
-        if (!::CreatePipe(&readRaw, &writeRaw, &inheritable, kPipeSize))
+        if (!g_processCalls.createPipe(&readRaw, &writeRaw, &inheritable, kPipeSize))
             return -1; // the current directory stays as set: kept as the tool always did
         readEnd.Reset(readRaw);
         writeEnd.Reset(writeRaw);
-        if (!::SetHandleInformation(readEnd.Get(), HANDLE_FLAG_INHERIT, 0))
+        if (!g_processCalls.setHandleInformation(readEnd.Get(), HANDLE_FLAG_INHERIT, 0))
             return -1;
     }
 
@@ -102,8 +106,8 @@ int RunProcess(const wxString& commandLine, bool wait, const wxString& currentDi
     std::wstring line = commandLine.ToStdWstring();
     PROCESS_INFORMATION info = {};
     int exitCode = -1;
-    if (::CreateProcessW(nullptr, &line[0], nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
-                         currentDir.empty() ? nullptr : currentDir.wc_str(), &startup, &info))
+    if (g_processCalls.createProcess(nullptr, &line[0], nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
+                                     currentDir.empty() ? nullptr : currentDir.wc_str(), &startup, &info))
     {
         {
             ProcessHandles child(info);
@@ -113,7 +117,7 @@ int RunProcess(const wxString& commandLine, bool wait, const wxString& currentDi
             }
             else
             {
-                ::Sleep(1000);
+                g_processCalls.sleep(1000);
                 exitCode = 0;
             }
         }

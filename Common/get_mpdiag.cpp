@@ -21,18 +21,6 @@ void Record(std::vector<wxString>* files, const wxString& name)
         files->push_back(name);
 }
 
-// Saves lines as UTF-8 text with "\r\n" line ends; nothing is written for no lines.
-void SaveLines(const wxString& path, const wxArrayString& lines)
-{
-    if (lines.empty())
-        return;
-    wxTextFile file;
-    file.Create(path);
-    for (const wxString& line : lines)
-        file.AddLine(line);
-    file.Write(wxTextFileType_None, wxConvAuto());
-}
-
 bool CopySystemFiles(const wxString& destFolder, const wxString& systemRoot, bool extended,
                      std::vector<wxString>* files, bool listOnly)
 {
@@ -110,6 +98,17 @@ void CopyProductLog(const wxString& source, const wxString& target, std::vector<
     Record(files, source);
 }
 } // namespace
+
+void SaveLines(const wxString& path, const wxArrayString& lines)
+{
+    if (lines.empty())
+        return;
+    // Only named here: the file appears when Write succeeds, and not at all when it fails.
+    wxTextFile file(path);
+    for (const wxString& line : lines)
+        file.AddLine(line);
+    file.Write(wxTextFileType_None, wxConvAuto());
+}
 
 bool GetMPDiag(const wxString& destFolder, const wxString& systemRoot, const wxString& zipPath, bool extended,
                bool withRecovery, std::vector<wxString>* files, bool listOnly)

@@ -14,16 +14,19 @@
 #include <string>
 #include <vector>
 
+TempNameCalls g_tempNameCalls = {::time, ::srand, ::rand};
+
 wxString MakeUniqueTempFolder(const wxString& prefix)
 {
-    srand(static_cast<unsigned>(time(nullptr)));
+    g_tempNameCalls.srand(static_cast<unsigned>(g_tempNameCalls.time(nullptr)));
 
     const wxString tempDir = wxFileName::GetTempDir();
     wxString candidate;
     bool free = false;
     for (int attempt = 0; attempt < 1000 && !free; ++attempt)
     {
-        const unsigned number = (static_cast<unsigned>(rand()) << 16) | static_cast<unsigned>(rand());
+        const unsigned high = static_cast<unsigned>(g_tempNameCalls.rand());
+        const unsigned number = (high << 16) | static_cast<unsigned>(g_tempNameCalls.rand());
         candidate = JoinPath(tempDir, wxString::Format("%s%x", prefix, number));
         free = !DirExists(candidate);
     }

@@ -103,9 +103,20 @@ struct FakeVss
     std::string procName;
     wxString snapshotDevice;
     int propertiesFailures = 0; // GetSnapshotProperties fails this many times, then succeeds
+    HRESULT coInitialize = S_OK;
+    HRESULT coSecurity = S_OK;
+    DWORD osMajor = 10;
 
-    FakeVss() { g_fake = this; g_vssLibrary = {Load, GetProc}; }
-    ~FakeVss() { g_fake = nullptr; g_vssLibrary = {::LoadLibraryW, ::GetProcAddress}; }
+    FakeVss()
+    {
+        g_fake = this;
+        g_vssLibrary = {Load, GetProc, CoInitialize, CoSecurity, OSVersion};
+    }
+    ~FakeVss()
+    {
+        g_fake = nullptr;
+        g_vssLibrary = {::LoadLibraryW, ::GetProcAddress, ::CoInitializeEx, ::CoInitializeSecurity, GetOSVersion};
+    }
 
     HRESULT Result(const std::string& name) const
     {
@@ -113,6 +124,30 @@ struct FakeVss
         return found == results.end() ? S_OK : found->second;
     }
 
+    static HRESULT WINAPI CoInitialize(LPVOID reserved, DWORD model)
+    {
+        g_fake->calls.push_back(std::string("CoInitializeEx(") + (reserved ? "reserved" : "null") + "," +
+                                std::to_string(model) + ")");
+        return g_fake->coInitialize;
+    }
+    static HRESULT WINAPI CoSecurity(PSECURITY_DESCRIPTOR descriptor, LONG services, SOLE_AUTHENTICATION_SERVICE* list,
+                                     void* reserved1, DWORD authentication, DWORD impersonation, void* authList,
+                                     DWORD capabilities, void* reserved3)
+    {
+        const auto null = [](const void* p) { return std::string(p ? "set" : "null"); };
+        g_fake->calls.push_back("CoInitializeSecurity(" + null(descriptor) + "," + std::to_string(services) + "," +
+                                null(list) + "," + null(reserved1) + "," + std::to_string(authentication) + "," +
+                                std::to_string(impersonation) + "," + null(authList) + "," +
+                                std::to_string(capabilities) + "," + null(reserved3) + ")");
+        return g_fake->coSecurity;
+    }
+    static OSVersionInfo& OSVersion(OSVersionInfo& info)
+    {
+        g_fake->calls.push_back("GetOSVersion");
+        info = OSVersionInfo();
+        info.versionMS = g_fake->osMajor << 16;
+        return info;
+    }
     static HMODULE WINAPI Load(LPCWSTR name)
     {
         g_fake->calls.push_back("LoadLibrary(" + wxString(name).utf8_string() + ")");
@@ -175,7 +210,9 @@ HRESULT STDMETHODCALLTYPE FakeBackup::GetSnapshotProperties(VSS_ID id, VSS_SNAPS
 }
 
 const std::vector<std::string> kSuccessCalls = {
-    "LoadLibrary(VssApi.dll)", "Factory", "InitializeForBackup(null)", "GatherWriterMetadata", "Wait(4294967295)",
+    "CoInitializeEx(null,0)", "CoInitializeSecurity(null,-1,null,null,6,2,null,0,null)",
+    "LoadLibrary(VssApi.dll)", "Factory", "InitializeForBackup(null)", "GetOSVersion", "GatherWriterMetadata",
+    "Wait(4294967295)",
     "Async.Release", "StartSnapshotSet", "AddToSnapshotSet(C:\\,null)", "SetBackupState(0,0,1,0)",
     "PrepareForBackup", "Wait(4294967295)", "Async.Release", "DoSnapshotSet", "Wait(4294967295)", "Async.Release",
     "GetSnapshotProperties(snapshot)"};
@@ -398,4 +435,77 @@ TEST(ReleaseVSSBackup, SecondAttemptAfterASnapshotIsReleasedWithoutTheNotice)
     ASSERT_EQ(fake.backups.size(), 2u);
     EXPECT_EQ(fake.backups[0]->refs, 0u);
     EXPECT_EQ(fake.backups[1]->refs, 0u);
+}
+
+// ---- the COM set-up and the version check before the backup object is used ----
+
+TEST(CreateVSSBackup, ComAlreadyInitialisedIsAccepted)
+{
+    FakeVss fake;
+    DirectCopier direct; // released before the fake goes
+    fake.snapshotDevice = "\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy1";
+    fake.coInitialize = S_FALSE;
+    fake.coSecurity = RPC_E_TOO_LATE; // security set up earlier in this process
+    RecordingLog log;
+    EXPECT_TRUE(direct.copier.CreateVSSBackup("C:\\")) << log.Dump();
+    EXPECT_EQ(fake.calls, kSuccessCalls);
+    EXPECT_EQ(log.Count(wxLOG_Error, "CoInitializeSecurity() failed 0x80010119"), 0);
+}
+
+TEST(CreateVSSBackup, FailedComInitialisationStopsBeforeTheLibrary)
+{
+    FakeVss fake;
+    DirectCopier direct; // released before the fake goes
+    fake.coInitialize = RPC_E_CHANGED_MODE;
+    RecordingLog log;
+    EXPECT_FALSE(direct.copier.CreateVSSBackup("C:\\"));
+    EXPECT_EQ(fake.calls, (std::vector<std::string>{"CoInitializeEx(null,0)"}));
+    ASSERT_EQ(log.entries.size(), 1u) << log.Dump();
+    EXPECT_EQ(log.entries[0].level, wxLOG_Error);
+    EXPECT_EQ(log.entries[0].msg, "CoInitialize() failed");
+    EXPECT_EQ(log.entries[0].line, 362);
+    EXPECT_EQ(log.entries[0].func, "CFileCopierFS::CreateVSSBackup");
+}
+
+TEST(CreateVSSBackup, RefusedComSecurityStopsWithItsCode)
+{
+    FakeVss fake;
+    DirectCopier direct; // released before the fake goes
+    fake.coSecurity = E_ACCESSDENIED;
+    RecordingLog log;
+    EXPECT_FALSE(direct.copier.CreateVSSBackup("C:\\"));
+    EXPECT_EQ(fake.calls, (std::vector<std::string>{"CoInitializeEx(null,0)",
+                                                    "CoInitializeSecurity(null,-1,null,null,6,2,null,0,null)"}));
+    ASSERT_EQ(log.entries.size(), 1u) << log.Dump();
+    EXPECT_EQ(log.entries[0].level, wxLOG_Error);
+    EXPECT_EQ(log.entries[0].msg, "CoInitializeSecurity() failed 0x80070005");
+    EXPECT_EQ(log.entries[0].line, 377);
+}
+
+TEST(CreateVSSBackup, PreVistaSystemStopsAfterInitialisingTheBackupObject)
+{
+    FakeVss fake;
+    DirectCopier direct; // released before the fake goes
+    fake.osMajor = 5;
+    RecordingLog log;
+    EXPECT_FALSE(direct.copier.CreateVSSBackup("C:\\"));
+    const std::vector<std::string> expected(kSuccessCalls.begin(), kSuccessCalls.begin() + 6);
+    EXPECT_EQ(fake.calls, expected);
+    ASSERT_EQ(log.entries.size(), 1u) << log.Dump();
+    EXPECT_EQ(log.entries[0].msg, "Pre-Vista OS is not supported");
+    EXPECT_EQ(log.entries[0].line, 410);
+    EXPECT_EQ(log.entries[0].func, "CFileCopierFS::CreateVSSBackup");
+    fake.calls.clear();
+    direct.copier.ReleaseVSSBackup();
+    EXPECT_EQ(fake.calls, (std::vector<std::string>{"Backup.Release"})) << "the caller releases what was made";
+}
+
+TEST(CreateVSSBackup, VistaIsTheFirstSupportedSystem)
+{
+    FakeVss fake;
+    DirectCopier direct; // released before the fake goes
+    fake.snapshotDevice = "\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy1";
+    fake.osMajor = 6;
+    RecordingLog log;
+    EXPECT_TRUE(direct.copier.CreateVSSBackup("C:\\")) << log.Dump();
 }

@@ -2,6 +2,8 @@
 
 #include "test_support.h"
 
+#include <wx/utils.h>
+
 #include <windows.h>
 
 #include <ctime>
@@ -74,6 +76,18 @@ TEST(CFileLogger, EmptyMessageLevelRecordIsAnEmptyLine)
     logger.LogRecord(wxLOG_Message, "", InfoAt(kStamp));
     logger.LogRecord(wxLOG_Warning, "", InfoAt(kStamp));
     EXPECT_EQ(ReadBytes(path), "\r\n" + LocalTimeText(kStamp) + " - \r\n");
+}
+
+TEST(CFileLogger, EmptyErrorRecordStillGetsTimeAndMarker)
+{
+    ScratchDir dir;
+    const wxString path = dir / "mpdiag.log";
+    CFileLogger logger(path, nullptr, false);
+    logger.LogRecord(wxLOG_Error, "", InfoAt(kStamp));
+    logger.LogRecord(wxLOG_FatalError, "", InfoAt(kStamp));
+    const std::string t = LocalTimeText(kStamp);
+    EXPECT_EQ(ReadBytes(path), t + " ! \r\n" + t + " !!! \r\n");
+    EXPECT_EQ(logger.GetText(), wxString::FromUTF8(t + " ! \n" + t + " !!! \n"));
 }
 
 TEST(CFileLogger, TextIsUtf8WithoutByteOrderMark)
@@ -214,5 +228,28 @@ TEST(CFileLogger, FailingWriteClosesTheFileAndKeepsANoteInMemory)
     // so the file was closed after the first failure.
     EXPECT_EQ(logger.GetText(), wxString::FromUTF8(t + " ! first\n" + t + " ! Can't write to log file. Closing file" +
                                                    LocalTimeText(kStamp + 1) + "   second\n"));
+    EXPECT_TRUE(active.entries.empty()) << active.Dump();
+}
+
+// A log file that nothing can write, not even an administrator: it lies on a read-only mount
+// that tests/readonly_log_check.sh makes and names in MPDIAG_READONLY_LOG. That script also
+// checks that nothing reached standard error.
+TEST(CFileLoggerOnReadOnlyMount, RunGoesOnWithTheFileUntouchedAndNothingPrinted)
+{
+    wxString path;
+    if (!wxGetEnv("MPDIAG_READONLY_LOG", &path))
+        GTEST_SKIP() << "needs the read-only mount of the readonly_log_file test";
+    const std::string before = ReadBytes(path);
+    RecordingLog active; // whatever the file class would report lands here
+    {
+        // As the entry makes it: the default target behind it, which writes to standard error.
+        CFileLogger logger(path, new wxLogStderr, false);
+        logger.LogRecord(wxLOG_Error, "error", InfoAt(kStamp));
+        logger.LogRecord(wxLOG_Warning, "warning", InfoAt(kStamp));
+        logger.LogRecord(wxLOG_Message, "message", InfoAt(kStamp));
+        const std::string t = LocalTimeText(kStamp);
+        EXPECT_EQ(logger.GetText(), wxString::FromUTF8(t + " ! error\n" + t + " - warning\n" + t + "   message\n"));
+    }
+    EXPECT_EQ(ReadBytes(path), before);
     EXPECT_TRUE(active.entries.empty()) << active.Dump();
 }

@@ -1,5 +1,6 @@
 #include "common.h"
 
+#include "fake_process.h"
 #include "test_support.h"
 
 #include <wx/arrstr.h>
@@ -229,4 +230,146 @@ TEST(GetSystemDir, MatchesTheSystem)
     wchar_t expected[MAX_PATH];
     ::GetSystemDirectoryW(expected, MAX_PATH);
     EXPECT_EQ(GetSystemDir(), wxString(expected));
+}
+
+// ---- the calls behind the runner, recorded: what Wine does not show --------------------------
+
+TEST(RunProcess, ChildIsHiddenInheritsHandlesAndWritesIntoTheInheritablePipe)
+{
+    ScratchDir dir;
+    FakeProcessCalls calls;
+    const wxString command = Child("out:6f0a");
+    wxArrayString lines;
+    EXPECT_EQ(RunProcess(command, true, dir.Path(), &lines, false), 0);
+    EXPECT_EQ(Lines(lines), (std::vector<wxString>{"o"}));
+
+    ASSERT_EQ(calls.pipes.size(), 1u);
+    const PipeCall& pipe = calls.pipes[0];
+    EXPECT_EQ(pipe.attributesLength, sizeof(SECURITY_ATTRIBUTES));
+    EXPECT_FALSE(pipe.hasDescriptor);
+    EXPECT_EQ(pipe.inheritable, TRUE);
+    EXPECT_EQ(pipe.size, 0x8000000u);
+    // The read end stays ours: only the write end goes to the child.
+    ASSERT_EQ(calls.handleInformation.size(), 1u);
+    EXPECT_EQ(calls.handleInformation[0].handle, pipe.readEnd);
+    EXPECT_EQ(calls.handleInformation[0].mask, static_cast<DWORD>(HANDLE_FLAG_INHERIT));
+    EXPECT_EQ(calls.handleInformation[0].flags, 0u);
+
+    ASSERT_EQ(calls.processes.size(), 1u);
+    const CreateProcessCall& start = calls.processes[0];
+    EXPECT_FALSE(start.hasApplicationName);
+    EXPECT_EQ(start.commandLine, command);
+    EXPECT_FALSE(start.hasProcessAttributes);
+    EXPECT_FALSE(start.hasThreadAttributes);
+    EXPECT_EQ(start.inheritHandles, TRUE);
+    EXPECT_EQ(start.creationFlags, 0x08000000u) << "CREATE_NO_WINDOW alone";
+    EXPECT_FALSE(start.hasEnvironment);
+    EXPECT_TRUE(start.hasCurrentDir);
+    EXPECT_EQ(start.currentDir, dir.Path());
+    EXPECT_EQ(start.startup.cb, sizeof(STARTUPINFOW));
+    EXPECT_EQ(start.startup.dwFlags, static_cast<DWORD>(STARTF_USESTDHANDLES));
+    EXPECT_EQ(start.startup.hStdOutput, pipe.writeEnd);
+    EXPECT_EQ(start.startup.hStdError, nullptr) << "standard error not captured";
+    EXPECT_EQ(start.startup.hStdInput, nullptr);
+    EXPECT_EQ(start.startup.lpDesktop, nullptr);
+    EXPECT_EQ(start.startup.wShowWindow, 0);
+}
+
+TEST(RunProcess, CapturedStandardErrorSharesThePipesWriteEnd)
+{
+    FakeProcessCalls calls;
+    wxArrayString lines;
+    RunProcess(Child("err:650a"), true, "", &lines, true);
+    EXPECT_EQ(Lines(lines), (std::vector<wxString>{"e"}));
+    ASSERT_EQ(calls.processes.size(), 1u);
+    ASSERT_EQ(calls.pipes.size(), 1u);
+    EXPECT_EQ(calls.processes[0].startup.hStdError, calls.pipes[0].writeEnd);
+    EXPECT_EQ(calls.processes[0].startup.hStdOutput, calls.pipes[0].writeEnd);
+    EXPECT_FALSE(calls.processes[0].hasCurrentDir) << "an empty directory is passed as none";
+}
+
+TEST(RunProcess, WithoutOutputArrayNoPipeAndNoStandardHandles)
+{
+    FakeProcessCalls calls;
+    EXPECT_EQ(RunProcess(Child("exit:2"), true, "", nullptr, true), 2);
+    EXPECT_TRUE(calls.pipes.empty());
+    EXPECT_TRUE(calls.handleInformation.empty());
+    ASSERT_EQ(calls.processes.size(), 1u);
+    const STARTUPINFOW& startup = calls.processes[0].startup;
+    EXPECT_EQ(startup.cb, sizeof(STARTUPINFOW));
+    EXPECT_EQ(startup.dwFlags, 0u);
+    EXPECT_EQ(startup.hStdOutput, nullptr);
+    EXPECT_EQ(startup.hStdError, nullptr);
+    EXPECT_EQ(calls.processes[0].inheritHandles, TRUE);
+    EXPECT_EQ(calls.processes[0].creationFlags, 0x08000000u);
+}
+
+TEST(RunProcess, WaitPollsEveryTenMillisecondsWhileTheCodeIs259)
+{
+    FakeProcessCalls calls;
+    calls.exitCodes = {{TRUE, 259}, {TRUE, 259}, {TRUE, 259}, {TRUE, 7}};
+    EXPECT_EQ(RunProcess(Child("exit:0"), true, "", nullptr, false), 7);
+    EXPECT_EQ(calls.exitCodeQueries, 4);
+    EXPECT_EQ(calls.sleeps, (std::vector<DWORD>{10, 10, 10}));
+}
+
+TEST(RunProcess, ExitCodeThatCannotBeReadEndsTheWaitWithTheLastValueRead)
+{
+    {
+        FakeProcessCalls calls;
+        calls.exitCodes = {{TRUE, 259}, {FALSE, 0}};
+        EXPECT_EQ(RunProcess(Child("exit:0"), true, "", nullptr, false), 259);
+        EXPECT_EQ(calls.exitCodeQueries, 2);
+        EXPECT_EQ(calls.sleeps, (std::vector<DWORD>{10}));
+    }
+    FakeProcessCalls calls;
+    calls.exitCodes = {{FALSE, 0}};
+    EXPECT_EQ(RunProcess(Child("exit:5"), true, "", nullptr, false), 0) << "nothing read: the initial 0";
+}
+
+TEST(RunProcess, NotWaitingSleepsOneSecondOnceAndAsksNoExitCode)
+{
+    FakeProcessCalls calls;
+    EXPECT_EQ(RunProcess(Child("exit:5"), false, "", nullptr, false), 0);
+    EXPECT_EQ(calls.exitCodeQueries, 0);
+    EXPECT_EQ(calls.sleeps, (std::vector<DWORD>{1000}));
+}
+
+TEST(RunProcess, FailedPipeGivesMinusOneAndLeavesTheDirectoryChanged)
+{
+    KeepCurrentDir keep;
+    ScratchDir dir;
+    FakeProcessCalls calls;
+    calls.pipeFails = true;
+    wxArrayString lines;
+    EXPECT_EQ(RunProcess(Child("out:6f0a"), true, dir.Path(), &lines, false), -1);
+    EXPECT_TRUE(calls.processes.empty());
+    EXPECT_TRUE(lines.empty());
+    EXPECT_TRUE(GetCurrentDir().IsSameAs(dir.Path(), false)) << GetCurrentDir().utf8_string();
+}
+
+TEST(RunProcess, FailedInheritanceSettingGivesMinusOneAndLeavesTheDirectoryChanged)
+{
+    KeepCurrentDir keep;
+    ScratchDir dir;
+    FakeProcessCalls calls;
+    calls.inheritanceFails = true;
+    wxArrayString lines;
+    EXPECT_EQ(RunProcess(Child("out:6f0a"), true, dir.Path(), &lines, false), -1);
+    EXPECT_EQ(calls.handleInformation.size(), 1u);
+    EXPECT_TRUE(calls.processes.empty());
+    EXPECT_TRUE(GetCurrentDir().IsSameAs(dir.Path(), false)) << GetCurrentDir().utf8_string();
+}
+
+TEST(RunProcess, ChildThatCannotStartStillRestoresTheDirectory)
+{
+    KeepCurrentDir keep;
+    ScratchDir dir;
+    const wxString before = GetCurrentDir();
+    FakeProcessCalls calls;
+    calls.startFails = true;
+    wxArrayString lines;
+    EXPECT_EQ(RunProcess(Child("out:6f0a"), true, dir.Path(), &lines, false), -1);
+    EXPECT_EQ(GetCurrentDir(), before);
+    EXPECT_EQ(calls.exitCodeQueries, 0);
 }

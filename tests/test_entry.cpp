@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <deque>
 
 // ---- the -x switch -------------------------------------------------------------------------
 
@@ -46,36 +47,77 @@ TEST(IsExtendedRun, AnythingElseIsANormalRun)
 
 namespace
 {
-// The names the folder search draws after seeding with `seed`.
-std::vector<wxString> NamesForSeed(unsigned seed, const wxString& prefix, int count)
+// The clock and the generator behind the folder's name: a fixed time, and the draws a test
+// sets (or the real generator's, recorded). Installed while the object lives.
+struct FakeNameSource
 {
-    srand(seed);
-    std::vector<wxString> names;
-    for (int i = 0; i < count; ++i)
-    {
-        const unsigned number = (static_cast<unsigned>(rand()) << 16) | static_cast<unsigned>(rand());
-        names.push_back(wxString::Format("%s%x", prefix, number));
-    }
-    return names;
-}
+    static FakeNameSource* current;
+    time_t now = 1700000000;
+    std::vector<unsigned> seeds;
+    std::deque<int> draws;       // answered in order; when empty, `repeat` (or the real rand)
+    int repeat = -1;
+    std::vector<int> drawn;      // every value handed out
+    std::vector<wxString> made;  // folders to remove afterwards
 
-struct TempFolders
-{
-    std::vector<wxString> paths;
-    ~TempFolders()
+    FakeNameSource()
     {
-        for (const wxString& path : paths)
+        current = this;
+        g_tempNameCalls = {Time, Seed, Draw};
+    }
+    ~FakeNameSource()
+    {
+        g_tempNameCalls = {::time, ::srand, ::rand};
+        current = nullptr;
+        for (const wxString& path : made)
             RemoveTree(path);
     }
+    // Makes the folder through the function under test, and takes it for removal.
+    wxString Make(const wxString& prefix = "MPDiagTest")
+    {
+        const wxString path = MakeUniqueTempFolder(prefix);
+        if (!path.empty())
+            made.push_back(path);
+        return path;
+    }
+    // A folder that is there before the call.
+    void Occupy(const wxString& name)
+    {
+        const wxString path = TempFolder() + "\\" + name;
+        ASSERT_TRUE(::CreateDirectoryW(path.wc_str(), nullptr)) << name.utf8_string();
+        made.push_back(path);
+    }
+
+    static time_t Time(time_t* out)
+    {
+        if (out)
+            *out = current->now;
+        return current->now;
+    }
+    static void Seed(unsigned seed)
+    {
+        current->seeds.push_back(seed);
+        ::srand(seed);
+    }
+    static int Draw()
+    {
+        int value = current->repeat >= 0 ? current->repeat : ::rand();
+        if (!current->draws.empty())
+        {
+            value = current->draws.front();
+            current->draws.pop_front();
+        }
+        current->drawn.push_back(value);
+        return value;
+    }
 };
+FakeNameSource* FakeNameSource::current = nullptr;
 } // namespace
 
 TEST(MakeUniqueTempFolder, CreatesAnEmptyHiddenFolderNamedPrefixAndHexDigits)
 {
-    TempFolders made;
-    const wxString path = MakeUniqueTempFolder("MPDiagTest");
+    FakeNameSource names; // the real generator, recorded: the folder is removed afterwards
+    const wxString path = names.Make();
     ASSERT_FALSE(path.empty());
-    made.paths.push_back(path);
 
     EXPECT_EQ(path.BeforeLast('\\'), TempFolder());
     const wxString name = path.AfterLast('\\');
@@ -85,6 +127,7 @@ TEST(MakeUniqueTempFolder, CreatesAnEmptyHiddenFolderNamedPrefixAndHexDigits)
     EXPECT_LE(digits.length(), 8u);
     EXPECT_EQ(digits.find_first_not_of("0123456789abcdef"), wxString::npos) << name.utf8_string();
     EXPECT_NE(digits[0], '0') << "no leading zeros";
+    EXPECT_TRUE(FindAll(path + "\\*").empty());
 
     const DWORD attributes = AttributesOf(path);
     ASSERT_NE(attributes, INVALID_FILE_ATTRIBUTES);
@@ -92,50 +135,71 @@ TEST(MakeUniqueTempFolder, CreatesAnEmptyHiddenFolderNamedPrefixAndHexDigits)
     EXPECT_TRUE(attributes & FILE_ATTRIBUTE_HIDDEN);
 }
 
+TEST(MakeUniqueTempFolder, SeedsOnceWithTheTimeAndNamesTheFolderFirstDrawHighSecondDrawLow)
+{
+    FakeNameSource names;
+    names.now = 1234567;
+    names.draws = {0x1234, 0x5678};
+    EXPECT_EQ(names.Make(), TempFolder() + "\\MPDiagTest12345678");
+    EXPECT_EQ(names.seeds, (std::vector<unsigned>{1234567}));
+    EXPECT_EQ(names.drawn.size(), 2u);
+}
+
+TEST(MakeUniqueTempFolder, NameHasLowerCaseHexWithoutLeadingZeros)
+{
+    FakeNameSource names;
+    names.draws = {0, 0xab, 0x7fff, 0, 0x7fff, 0x7fff};
+    EXPECT_EQ(names.Make("MPDiagA"), TempFolder() + "\\MPDiagAab");
+    EXPECT_EQ(names.Make("MPDiagB"), TempFolder() + "\\MPDiagB7fff0000");
+    EXPECT_EQ(names.Make("MPDiagC"), TempFolder() + "\\MPDiagC7fff7fff");
+}
+
+TEST(MakeUniqueTempFolder, ExistingFolderIsSkippedForTheNextDraws)
+{
+    FakeNameSource names;
+    names.draws = {1, 2, 3, 4};
+    names.Occupy("MPDiagTest10002");
+    EXPECT_EQ(names.Make(), TempFolder() + "\\MPDiagTest30004");
+    EXPECT_EQ(names.drawn.size(), 4u);
+}
+
 TEST(MakeUniqueTempFolder, TwoCallsInOneSecondDrawTheSameSequenceAndSkipTheTakenName)
 {
-    for (int attempt = 0; attempt < 5; ++attempt)
-    {
-        TempFolders made;
-        const time_t before = time(nullptr);
-        const wxString first = MakeUniqueTempFolder("MPDiagTest");
-        const wxString second = MakeUniqueTempFolder("MPDiagTest");
-        made.paths = {first, second};
-        if (time(nullptr) != before)
-            continue; // the clock ticked between the calls: the seeds differ, try again
+    FakeNameSource names; // a fixed clock, the real generator
+    const wxString first = names.Make();
+    const std::vector<int> firstDraws = names.drawn;
+    names.drawn.clear();
+    const wxString second = names.Make();
 
-        const std::vector<wxString> expected = NamesForSeed(static_cast<unsigned>(before), "MPDiagTest", 2);
-        EXPECT_EQ(first.AfterLast('\\'), expected[0]);
-        EXPECT_EQ(second.AfterLast('\\'), expected[1]) << "the later call skips the existing folder";
-        EXPECT_TRUE(PathExists(first));
-        EXPECT_TRUE(PathExists(second));
-        return;
-    }
-    FAIL() << "the clock ticked during every attempt";
+    EXPECT_EQ(names.seeds.size(), 2u);
+    EXPECT_EQ(names.seeds[0], names.seeds[1]);
+    ASSERT_EQ(firstDraws.size(), 2u);
+    ASSERT_EQ(names.drawn.size(), 4u) << "the later call skips the existing folder";
+    EXPECT_EQ(std::vector<int>(names.drawn.begin(), names.drawn.begin() + 2), firstDraws);
+    EXPECT_NE(first, second);
+    EXPECT_TRUE(PathExists(first));
+    EXPECT_TRUE(PathExists(second));
 }
 
 TEST(MakeUniqueTempFolder, ThousandTakenNamesGiveAnEmptyResult)
 {
-    for (int attempt = 0; attempt < 5; ++attempt)
-    {
-        TempFolders made;
-        const time_t now = time(nullptr);
-        // Occupy every name that this second (and the next, should the clock tick) would draw.
-        for (unsigned seed = static_cast<unsigned>(now); seed <= static_cast<unsigned>(now) + 1; ++seed)
-            for (const wxString& name : NamesForSeed(seed, "MPDiagTest", 1000))
-            {
-                const wxString path = TempFolder() + "\\" + name;
-                if (::CreateDirectoryW(path.wc_str(), nullptr))
-                    made.paths.push_back(path);
-            }
-        const time_t called = time(nullptr);
-        const wxString result = MakeUniqueTempFolder("MPDiagTest");
-        if (called > now + 1 || time(nullptr) > now + 1)
-            continue;
-        EXPECT_EQ(result, "");
-        return;
-    }
-    FAIL() << "could not occupy the names in time";
+    FakeNameSource names;
+    names.repeat = 1; // every draw names "MPDiagTest10001"
+    names.Occupy("MPDiagTest10001");
+    EXPECT_EQ(names.Make(), "");
+    EXPECT_EQ(names.drawn.size(), 2000u) << "a thousand attempts, two draws each";
+}
+
+TEST(MakeUniqueTempFolder, TheThousandthAttemptStillCounts)
+{
+    FakeNameSource names;
+    names.repeat = 1;
+    names.draws.assign(1998, 1); // 999 attempts at the taken name
+    names.draws.push_back(5);
+    names.draws.push_back(6);
+    names.Occupy("MPDiagTest10001");
+    EXPECT_EQ(names.Make(), TempFolder() + "\\MPDiagTest50006");
+    EXPECT_EQ(names.drawn.size(), 2000u);
 }
 
 // ---- the executable, from the outside ------------------------------------------------------
@@ -150,6 +214,39 @@ struct ToolCopy
     ToolCopy() { EXPECT_TRUE(::CopyFileW(BuildPath("mpdiag.exe").wc_str(), exe.wc_str(), FALSE)); }
     int Run(const wxString& args = wxString()) { return RunToEnd("\"" + exe + "\"" + (args.empty() ? "" : " " + args)); }
 };
+
+// Runs a program to its end with its standard error going into `errorFile`; the exit code, or -1.
+int RunWithStandardErrorInto(const wxString& commandLine, const wxString& errorFile)
+{
+    SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
+    HANDLE errors = ::CreateFileW(errorFile.wc_str(), GENERIC_WRITE, FILE_SHARE_READ, &inheritable, CREATE_ALWAYS, 0,
+                                  nullptr);
+    if (errors == INVALID_HANDLE_VALUE)
+    {
+        ADD_FAILURE() << "cannot create " << errorFile.utf8_string();
+        return -1;
+    }
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdError = errors;
+    PROCESS_INFORMATION process = {};
+    std::wstring line = commandLine.ToStdWstring();
+    const BOOL started = ::CreateProcessW(nullptr, &line[0], nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
+                                          nullptr, &startup, &process);
+    ::CloseHandle(errors);
+    if (!started)
+    {
+        ADD_FAILURE() << "cannot start " << commandLine.utf8_string();
+        return -1;
+    }
+    ::WaitForSingleObject(process.hProcess, INFINITE);
+    DWORD code = 0;
+    ::GetExitCodeProcess(process.hProcess, &code);
+    ::CloseHandle(process.hThread);
+    ::CloseHandle(process.hProcess);
+    return static_cast<int>(code);
+}
 } // namespace
 
 TEST(MpdiagExe, ExitsWithZeroAndLeavesNoWorkingFolder)
@@ -175,6 +272,18 @@ TEST(MpdiagExe, ExitsWithZeroWhateverTheArguments)
     ToolCopy tool;
     EXPECT_EQ(tool.Run("-x"), 0);
     EXPECT_EQ(tool.Run("-X /x --x extra"), 0);
+}
+
+TEST(MpdiagExe, NormalRunPassesNoRecordToStandardError)
+{
+    // The run logs plenty here (no product, no sample machine); all of it goes to the log alone.
+    ToolCopy tool;
+    const wxString errors = tool.dir / "stderr.txt";
+    EXPECT_EQ(RunWithStandardErrorInto("\"" + tool.exe + "\"", errors), 0);
+    EXPECT_EQ(ReadBytes(errors), "");
+    const std::map<wxString, ZipEntryRead> archive = ReadZip(tool.dir / "mpdiag.zip");
+    ASSERT_TRUE(archive.count("mpdiag.log"));
+    EXPECT_GT(archive.at("mpdiag.log").bytes.size(), 0u) << "the run did log";
 }
 
 // ---- RemoveWorkingFolder -------------------------------------------------------------------

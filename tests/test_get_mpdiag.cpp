@@ -3,6 +3,7 @@
 #include "sample_machine.h"
 
 #include "fake_devices.h"
+#include "fake_process.h"
 
 #include "test_support.h"
 
@@ -225,6 +226,125 @@ TEST_F(GetMPDiagTest, SourceThatIsNotAFolderStopsBeforeCollectingAnything)
     EXPECT_FALSE(PathExists(dest + "\\mp.log"));
 }
 
+TEST_F(GetMPDiagTest, RunsTheEightCommandLinesAsGivenInTheSystemFolder)
+{
+    FakeProcessCalls calls;
+    calls.startFails = true; // none starts: only the lines matter here
+    EXPECT_TRUE(Run(false));
+    EXPECT_EQ(calls.CommandLines(),
+              (std::vector<wxString>{"reg export hklm\\system\\currentcontrolset\\enum " + dest + "\\enum.reg /y",
+                                     "reg export hklm\\system\\currentcontrolset\\services " + dest +
+                                         "\\services.reg /y",
+                                     "reg export hklm\\BCD00000000 " + dest + "\\BCD00000000.reg /y",
+                                     "reg save hklm\\BCD00000000 " + dest + "\\BCD00000000.hiv /y",
+                                     "bcdedit.exe /enum all", "wmic qfe list brief /format:texttablewsys",
+                                     "wmic diskdrive list", "systeminfo"}));
+    for (const CreateProcessCall& call : calls.processes)
+    {
+        EXPECT_EQ(call.currentDir, GetSystemDir()) << call.commandLine;
+        EXPECT_EQ(call.startup.dwFlags, static_cast<DWORD>(STARTF_USESTDHANDLES)) << call.commandLine;
+        EXPECT_EQ(call.startup.hStdError, nullptr) << "standard error not captured: " << call.commandLine;
+    }
+    for (const char* name : {"enum.reg", "bcdedit_all.log", "wmic_hotfix.log", "wmic_disks.log", "systeminfo.log"})
+        EXPECT_FALSE(PathExists(dest + "\\" + name)) << name;
+}
+
+namespace
+{
+// A Windows folder with exactly one file for each system item, in a scratch folder.
+struct OneFilePerItem
+{
+    ScratchDir dir;
+    wxString windows = dir / "Windows";
+    const std::vector<wxString> files = {"Inf\\setupapi.dev.log", "setupact.txt", "WindowsUpdate.log",
+                                         "debug\\netsetup.txt", "Logs\\CBS\\CBS.txt",
+                                         "System32\\WinEvt\\Logs\\System.evtx", "System32\\wpeinit.log",
+                                         "System32\\winpeshl.log"};
+    OneFilePerItem()
+    {
+        for (const wxString& file : files)
+        {
+            MakeDirs((windows + "\\" + file).BeforeLast('\\'));
+            WriteBytes(windows + "\\" + file, "x");
+        }
+    }
+};
+} // namespace
+
+TEST(GetMPDiagItems, ListOnlyRecordsTheSystemItemsInQueueOrder)
+{
+    OneFilePerItem machine;
+    std::vector<wxString> files;
+    EXPECT_TRUE(GetMPDiag(machine.dir / "work", machine.windows, machine.dir / "mpdiag.zip", true, false, &files,
+                          true));
+    ASSERT_GE(files.size(), machine.files.size());
+    std::vector<wxString> expected;
+    for (const wxString& file : machine.files)
+        expected.push_back(machine.windows + "\\" + file);
+    EXPECT_EQ(std::vector<wxString>(files.begin(), files.begin() + expected.size()), expected);
+    EXPECT_EQ(files[expected.size()], machine.windows + "\\System32\\mp.log");
+}
+
+TEST(GetMPDiagItems, MissingSystemItemsAreReportedInQueueOrder)
+{
+    ScratchDir dir;
+    const wxString windows = dir / "Windows";
+    MakeDirs(windows);
+    RecordingLog log;
+    std::vector<wxString> files;
+    EXPECT_TRUE(GetMPDiag(dir / "work", windows, dir / "mpdiag.zip", true, false, &files, true));
+    EXPECT_EQ(log.Messages(), (std::vector<wxString>{"FIND failed (\\Inf\\setupapi*) error (3)",
+                                                     "FIND failed (\\setup*.*) error (2)",
+                                                     "FIND failed (\\*.log) error (2)",
+                                                     "FIND failed (\\debug) error (2)",
+                                                     "FIND failed (\\Logs) error (2)",
+                                                     "FIND failed (\\System32\\WinEvt) error (3)",
+                                                     "FIND failed (\\System32\\wpeinit.log) error (3)",
+                                                     "FIND failed (\\System32\\winpeshl.log) error (3)"}));
+}
+
+TEST(SaveLines, WritesUtf8LinesEndedByCrLf)
+{
+    ScratchDir dir;
+    const wxString path = dir / "out.log";
+    wxArrayString lines;
+    lines.Add(wxString::FromUTF8("\xC3\x9C" "ber\r"));
+    lines.Add("\tx");
+    RecordingLog log;
+    SaveLines(path, lines);
+    EXPECT_EQ(ReadBytes(path), "\xC3\x9C" "ber\r\r\n\tx\r\n");
+    EXPECT_TRUE(log.entries.empty()) << log.Dump();
+}
+
+TEST(SaveLines, NoLinesWriteNoFile)
+{
+    ScratchDir dir;
+    SaveLines(dir / "out.log", wxArrayString());
+    EXPECT_FALSE(PathExists(dir / "out.log"));
+}
+
+TEST(SaveLines, MissingFolderIsReportedByTheTextFileClassAndLeavesNoFile)
+{
+    ScratchDir dir;
+    const wxString path = dir / "missing\\out.log";
+    wxArrayString lines;
+    lines.Add("line");
+    RecordingLog log;
+    SaveLines(path, lines);
+    EXPECT_FALSE(PathExists(path));
+    EXPECT_TRUE(FindAll(dir / "*").empty()) << "nothing made, no temporary file either";
+    // What reaches mpdiag.log (levels up to message): the temporary file's failure, then the write's.
+    std::vector<LogEntry> logged;
+    for (const LogEntry& entry : log.entries)
+        if (entry.level <= wxLOG_Message)
+            logged.push_back(entry);
+    ASSERT_EQ(logged.size(), 2u) << log.Dump();
+    EXPECT_EQ(logged[0].level, wxLOG_Error);
+    EXPECT_TRUE(logged[0].msg.StartsWith("Failed to create a temporary file name (error 267: ")) << logged[0];
+    EXPECT_EQ(logged[1].level, wxLOG_Error);
+    EXPECT_EQ(logged[1].msg, "can't write buffer '" + path + "' to disk.");
+}
+
 // ---- the device and recovery reports ----
 
 // Device nodes on a fake machine (no disks there, so no store walk gets far), and the system
@@ -278,6 +398,20 @@ TEST_F(GetMPDiagReportTest, DeviceReportNumbersStorageThenNetworkControllersAcro
                                                  "\tPCI\\CC_020000\r\n"
                                                  "\tPCI\\CC_0200\r\n");
     EXPECT_TRUE(ZipNames(zip).count("devices.txt"));
+}
+
+TEST_F(GetMPDiagReportTest, DeviceNumbersStartAgainAtZeroOnEachRun)
+{
+    Controller(L"raid", true, {L"PCI\\VEN_1000&DEV_0079"}, {L"PCI\\CC_0104"});
+    FakeProcessCalls calls;
+    calls.startFails = true; // the commands play no part here
+    for (int run = 0; run < 2; ++run)
+    {
+        SCOPED_TRACE(run);
+        RemoveTree(dest);
+        EXPECT_TRUE(Run(false));
+        EXPECT_EQ(ReadBytes(dest + "\\devices.txt"), "Device 0:\r\n\tPCI\\VEN_1000&DEV_0079\r\n\tPCI\\CC_0104\r\n");
+    }
 }
 
 TEST_F(GetMPDiagReportTest, NoControllerInTroubleGivesNoDeviceReport)
