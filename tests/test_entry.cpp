@@ -214,39 +214,6 @@ struct ToolCopy
     ToolCopy() { EXPECT_TRUE(::CopyFileW(BuildPath("mpdiag.exe").wc_str(), exe.wc_str(), FALSE)); }
     int Run(const wxString& args = wxString()) { return RunToEnd("\"" + exe + "\"" + (args.empty() ? "" : " " + args)); }
 };
-
-// Runs a program to its end with its standard error going into `errorFile`; the exit code, or -1.
-int RunWithStandardErrorInto(const wxString& commandLine, const wxString& errorFile)
-{
-    SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
-    HANDLE errors = ::CreateFileW(errorFile.wc_str(), GENERIC_WRITE, FILE_SHARE_READ, &inheritable, CREATE_ALWAYS, 0,
-                                  nullptr);
-    if (errors == INVALID_HANDLE_VALUE)
-    {
-        ADD_FAILURE() << "cannot create " << errorFile.utf8_string();
-        return -1;
-    }
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdError = errors;
-    PROCESS_INFORMATION process = {};
-    std::wstring line = commandLine.ToStdWstring();
-    const BOOL started = ::CreateProcessW(nullptr, &line[0], nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
-                                          nullptr, &startup, &process);
-    ::CloseHandle(errors);
-    if (!started)
-    {
-        ADD_FAILURE() << "cannot start " << commandLine.utf8_string();
-        return -1;
-    }
-    ::WaitForSingleObject(process.hProcess, INFINITE);
-    DWORD code = 0;
-    ::GetExitCodeProcess(process.hProcess, &code);
-    ::CloseHandle(process.hThread);
-    ::CloseHandle(process.hProcess);
-    return static_cast<int>(code);
-}
 } // namespace
 
 TEST(MpdiagExe, ExitsWithZeroAndLeavesNoWorkingFolder)

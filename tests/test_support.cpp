@@ -162,13 +162,15 @@ wxString BuildPath(const char* relative)
     return path;
 }
 
-int RunToEnd(const wxString& commandLine, const wxString& currentDir)
+namespace
 {
-    STARTUPINFOW startup = {};
+// Starts the program with `startup` (handles inherited when `inherit`) and waits for its end.
+int StartAndWait(const wxString& commandLine, const wxString& currentDir, STARTUPINFOW& startup, BOOL inherit)
+{
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process = {};
     std::wstring line = commandLine.ToStdWstring();
-    if (!::CreateProcessW(nullptr, &line[0], nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr,
+    if (!::CreateProcessW(nullptr, &line[0], nullptr, nullptr, inherit, CREATE_NO_WINDOW, nullptr,
                           currentDir.empty() ? nullptr : currentDir.wc_str(), &startup, &process))
     {
         ADD_FAILURE() << "cannot start " << commandLine.utf8_string() << ": " << ::GetLastError();
@@ -180,6 +182,31 @@ int RunToEnd(const wxString& commandLine, const wxString& currentDir)
     ::CloseHandle(process.hThread);
     ::CloseHandle(process.hProcess);
     return static_cast<int>(code);
+}
+} // namespace
+
+int RunToEnd(const wxString& commandLine, const wxString& currentDir)
+{
+    STARTUPINFOW startup = {};
+    return StartAndWait(commandLine, currentDir, startup, FALSE);
+}
+
+int RunWithStandardErrorInto(const wxString& commandLine, const wxString& errorFile)
+{
+    SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
+    HANDLE errors = ::CreateFileW(errorFile.wc_str(), GENERIC_WRITE, FILE_SHARE_READ, &inheritable, CREATE_ALWAYS, 0,
+                                  nullptr);
+    if (errors == INVALID_HANDLE_VALUE)
+    {
+        ADD_FAILURE() << "cannot create " << errorFile.utf8_string();
+        return -1;
+    }
+    STARTUPINFOW startup = {};
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdError = errors;
+    const int code = StartAndWait(commandLine, wxString(), startup, TRUE);
+    ::CloseHandle(errors);
+    return code;
 }
 
 wxString TempFolder()

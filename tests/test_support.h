@@ -96,6 +96,8 @@ wxString BuildPath(const char* relative);
 
 // Runs a program to its end (no window) and returns its exit code, or -1 if it did not start.
 int RunToEnd(const wxString& commandLine, const wxString& currentDir = wxString());
+// The same with the program's standard error going into `errorFile` (created anew).
+int RunWithStandardErrorInto(const wxString& commandLine, const wxString& errorFile);
 // Names in the temporary folder that begin with `prefix`.
 std::vector<wxString> TempEntries(const wxString& prefix);
 wxString TempFolder();
