@@ -15,7 +15,9 @@ echo
 unzip -l "$machine/tool/mpdiag.zip"
 echo
 echo "Head of mpdiag.log:"
-unzip -p "$machine/tool/mpdiag.zip" mpdiag.log | head -20
+log=$(unzip -p "$machine/tool/mpdiag.zip" mpdiag.log | head -20)
+# Empty when no step failed in a way the tool records (with the recovery image in place).
+echo "${log:-(empty: the run recorded nothing)}"
 echo
 echo "The command logs as a real machine gives them: wmic's UTF-16 read as UTF-8 (its mark two"
 echo "U+FFFD, ef bf bd, its zero bytes kept), a code-page letter one U+FFFD. wmic_hotfix.log begins:"
