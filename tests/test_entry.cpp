@@ -6,6 +6,8 @@
 #include <wx/arrstr.h>
 
 #include <windows.h>
+// After windows.h: needs its types.
+#include <delayimp.h>
 
 #include <cstdlib>
 #include <ctime>
@@ -319,4 +321,44 @@ TEST(RemoveFolderTree, RemovesTheLinkNeverWhatItPointsTo)
     EXPECT_EQ(ReadBytes(root + "\\outside\\keep.log"), "outside");
     EXPECT_FALSE(PathExists(root + "\\work\\own.log"));
     EXPECT_FALSE(PathExists(root + "\\work\\sub"));
+}
+
+// ---- the delay-load hook -------------------------------------------------------------------
+
+namespace
+{
+wxString ModulePath(HMODULE module)
+{
+    wchar_t path[MAX_PATH] = L"";
+    ::GetModuleFileNameW(module, path, MAX_PATH);
+    return wxString(path).Lower();
+}
+
+wxString SystemFolder()
+{
+    wchar_t folder[MAX_PATH] = L"";
+    ::GetSystemDirectoryW(folder, MAX_PATH);
+    return wxString(folder).Lower();
+}
+} // namespace
+
+// The hook is what keeps a delay-loaded library from the executable's folder on a system that
+// lacks SetDefaultDllDirectories; the planted-library scenario sees only the two defences together.
+TEST(DelayLoadHook, LoadsTheLibraryFromTheSystemFolderByItsFullPath)
+{
+    DelayLoadInfo info = {};
+    info.cb = sizeof info;
+    info.szDll = "version.dll";
+    const HMODULE module = reinterpret_cast<HMODULE>(__pfnDliNotifyHook2(dliNotePreLoadLibrary, &info));
+    ASSERT_NE(module, nullptr);
+    EXPECT_EQ(ModulePath(module), SystemFolder() + "\\version.dll");
+}
+
+TEST(DelayLoadHook, LeavesEveryOtherStepToTheHelper)
+{
+    DelayLoadInfo info = {};
+    info.cb = sizeof info;
+    info.szDll = "version.dll";
+    for (unsigned notification : {dliStartProcessing, dliNotePreGetProcAddress, dliNoteEndProcessing})
+        EXPECT_EQ(__pfnDliNotifyHook2(notification, &info), nullptr) << "notification " << notification;
 }
