@@ -30,13 +30,6 @@ std::wstring Text(const wchar_t (&literal)[N])
 {
     return std::wstring(literal, N - 1);
 }
-
-// Restores the process's directory whatever a test does to it.
-struct KeepCurrentDir
-{
-    wxString saved = GetCurrentDir();
-    ~KeepCurrentDir() { ::SetCurrentDirectoryW(saved.wc_str()); }
-};
 } // namespace
 
 TEST(RunProcess, CrLfBlankLineSurvivesAsALoneCarriageReturn)

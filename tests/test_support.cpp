@@ -105,6 +105,15 @@ ScratchDir::~ScratchDir() { RemoveTree(m_path); }
 
 wxString ScratchDir::operator/(const wxString& relative) const { return m_path + "\\" + relative; }
 
+KeepCurrentDir::KeepCurrentDir()
+{
+    wchar_t current[1024] = L"";
+    ::GetCurrentDirectoryW(1024, current);
+    m_saved = current;
+}
+
+KeepCurrentDir::~KeepCurrentDir() { ::SetCurrentDirectoryW(m_saved.wc_str()); }
+
 void RemoveTree(const wxString& path)
 {
     const DWORD attributes = ::GetFileAttributesW(path.wc_str());

@@ -84,6 +84,17 @@ private:
     wxString m_path;
 };
 
+// Restores the process's current directory whatever a test does to it.
+class KeepCurrentDir
+{
+public:
+    KeepCurrentDir();
+    ~KeepCurrentDir();
+
+private:
+    wxString m_saved;
+};
+
 void RemoveTree(const wxString& path);
 void WriteBytes(const wxString& path, const std::string& bytes);
 std::string ReadBytes(const wxString& path);
