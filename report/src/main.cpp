@@ -2,7 +2,9 @@
 // Reads an mpdiag.zip and tells what is wrong with the machine's recovery environment.
 // Exit status: 0 when the archive could be read, whatever it shows; 2 when it is not a zip or
 // not an mpdiag archive, or the command line is wrong; 1 when the HTML page cannot be written.
-#include "analysis.h"
+#include "check/analyze.h"
+#include "facts/facts.h"
+#include "show/render.h"
 
 #include <cstdio>
 #include <fstream>

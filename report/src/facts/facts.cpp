@@ -1,0 +1,167 @@
+#include "facts/facts.h"
+
+#include "read/bcdedit.h"
+#include "read/hive.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace report
+{
+namespace
+{
+// Files that only the collector writes, and that every run of it makes.
+const char* const kCollectorFiles[] = {"mpdiag.log",      "devices.txt",     "enum.reg",       "services.reg",
+                                       "BCD00000000.reg", "BCD00000000.hiv", "bcdedit_all.log", "wmic_hotfix.log",
+                                       "wmic_disks.log",  "systeminfo.log",  "recovery_path.log"};
+
+bool ReadStoreFromRegistry(Bundle& bundle, Facts& facts)
+{
+    const Text* text = bundle.SystemText("BCD00000000.reg");
+    if (!text)
+        return false;
+    size_t skipped = 0;
+    BootStore store = BootStoreFromRegistry(ParseRegExport(*text, skipped), bundle.StoredName("BCD00000000.reg"));
+    if (skipped)
+        bundle.Note(store.entry, std::to_string(skipped) + " lines that are not registry export lines were left out");
+    if (store.objects.empty())
+    {
+        bundle.Note(store.entry, "holds no boot configuration objects");
+        return false;
+    }
+    facts.store = store;
+    facts.storeNote = "read from the registry export " + store.entry;
+    return true;
+}
+
+bool ReadStoreFromHive(Bundle& bundle, Facts& facts)
+{
+    const std::string file = bundle.Extract("BCD00000000.hiv", kTextCap);
+    if (file.empty())
+        return false;
+    RegTree tree;
+    std::string problem;
+    const std::string entry = bundle.StoredName("BCD00000000.hiv");
+    if (!ReadHive(file, "HKEY_LOCAL_MACHINE\\BCD00000000", tree, problem))
+    {
+        bundle.Note(entry, "could not be read: " + problem + "; left out of the report");
+        return false;
+    }
+    BootStore store = BootStoreFromRegistry(tree, entry);
+    if (store.objects.empty())
+    {
+        bundle.Note(entry, "holds no boot configuration objects");
+        return false;
+    }
+    facts.store = store;
+    facts.storeNote = "read from the hive " + entry + " (BCD00000000.reg is missing or unreadable)";
+    return true;
+}
+
+bool ReadStoreFromBcdedit(Bundle& bundle, Facts& facts)
+{
+    const Text* text = bundle.Captured("bcdedit_all.log");
+    if (!text)
+        return false;
+    BootStore store = BootStoreFromBcdedit(*text, bundle.StoredName("bcdedit_all.log"));
+    if (store.objects.empty())
+    {
+        bundle.Note(store.entry, "holds no boot configuration entries that this report recognises");
+        return false;
+    }
+    facts.store = store;
+    facts.storeNote = "read from " + store.entry + " (" + (store.language.empty() ? "labels of an unknown language" : store.language + " labels") +
+                      ": the registry export of the store is missing)";
+    return true;
+}
+
+void GatherControllers(Bundle& bundle, Facts& facts)
+{
+    std::vector<Controller> problems, tree;
+    if (const Text* devices = bundle.Captured("devices.txt"))
+    {
+        facts.devicesEntry = bundle.StoredName("devices.txt");
+        problems = ParseDevicesTxt(*devices, facts.devicesEntry);
+    }
+    if (const Text* enumExport = bundle.SystemText("enum.reg"))
+    {
+        facts.enumEntry = bundle.StoredName("enum.reg");
+        size_t skipped = 0;
+        tree = ControllersFromEnum(ParseRegExport(*enumExport, skipped), facts.enumEntry);
+    }
+    facts.controllers = MergeControllers(tree, problems);
+}
+} // namespace
+
+bool IsMpdiagArchive(const Archive& archive)
+{
+    for (const char* name : kCollectorFiles)
+        if (archive.Find(name))
+            return true;
+    return false;
+}
+
+const BcdObject* RecoveryLoader(const Facts& facts, const BcdObject** current)
+{
+    std::string how;
+    const BcdObject* loader = facts.hasStore ? CurrentLoader(facts.store, facts.hint, how) : nullptr;
+    if (current)
+        *current = loader;
+    if (!loader || loader->recoverySequence.empty())
+        return nullptr;
+    return facts.store.Find(loader->recoverySequence.front());
+}
+
+Facts Gather(Bundle& bundle)
+{
+    Facts facts;
+    const Archive& archive = bundle.Zip();
+    facts.wimEntry = bundle.StoredName("boot.wim");
+    for (const ArchiveEntry& entry : archive.Entries())
+        if (entry.key.compare(0, 16, "system32/winevt/") == 0)
+            facts.extended = true;
+    facts.extended = facts.extended || !facts.wimEntry.empty();
+
+    if (const Text* text = bundle.Captured("systeminfo.log"))
+    {
+        facts.systemInfoEntry = bundle.StoredName("systeminfo.log");
+        facts.systemInfo = ParseSystemInfo(*text);
+        facts.windowsPe = StartsWithNoCase(facts.Installed(SystemInfoField::WindowsDirectory), "X:");
+        const bool empty = std::all_of(text->lines.begin(), text->lines.end(), [](const std::string& line) { return Trim(line).empty(); });
+        if (empty)
+            bundle.Note(facts.systemInfoEntry, "is empty: the machine is not described");
+        else if (facts.systemInfo.language.empty())
+            bundle.Note(facts.systemInfoEntry, "its labels are in a language that the report's label table does not "
+                                               "hold: the machine is not described");
+    }
+    if (const Text* text = bundle.Captured("mpdiag.log"))
+    {
+        facts.logEntry = bundle.StoredName("mpdiag.log");
+        facts.log = ParseDiagLog(*text);
+        facts.hint = HintFromLog(facts.log);
+    }
+    facts.hasStore = ReadStoreFromRegistry(bundle, facts) || ReadStoreFromHive(bundle, facts) ||
+                     ReadStoreFromBcdedit(bundle, facts);
+    if (const Text* text = bundle.Captured("recovery_path.log"))
+        for (const std::string& line : text->lines)
+            if (!Trim(line).empty())
+            {
+                facts.recoveryPathEntry = bundle.StoredName("recovery_path.log");
+                facts.recoveryPath = Trim(line);
+                break;
+            }
+    if (!facts.wimEntry.empty())
+    {
+        facts.wimFile = bundle.Extract("boot.wim", kImageCap);
+        if (!facts.wimFile.empty())
+            facts.wim = ReadWimInfo(facts.wimFile);
+    }
+    if (const Text* text = bundle.Captured("wmic_disks.log"))
+    {
+        facts.disksEntry = bundle.StoredName("wmic_disks.log");
+        facts.disks = ParseWmicDisks(*text);
+    }
+    GatherControllers(bundle, facts);
+    return facts;
+}
+} // namespace report

@@ -1,0 +1,56 @@
+#pragma once
+// What the archive's files say, read once for all checks.
+#include "facts/bundle.h"
+#include "facts/current_loader.h"
+#include "read/boot_store.h"
+#include "read/devices.h"
+#include "read/diaglog.h"
+#include "read/sysinfo.h"
+#include "read/wim.h"
+#include "read/wmic.h"
+
+#include <string>
+#include <vector>
+
+namespace report
+{
+struct Facts
+{
+    bool extended = false;
+
+    std::string systemInfoEntry; // "" when absent or unreadable
+    SystemInfo systemInfo;
+    bool windowsPe = false;
+
+    std::string logEntry;
+    std::vector<LogRecord> log;
+    SystemPartitionHint hint;
+
+    bool hasStore = false;
+    BootStore store;
+    std::string storeNote; // why the store came from where it did
+
+    std::string recoveryPathEntry;
+    std::string recoveryPath;
+
+    std::string wimEntry; // "boot.wim" when it is there
+    std::string wimFile;  // its copy in the private folder
+    WimInfo wim;
+
+    std::string disksEntry;
+    std::vector<Disk> disks;
+
+    std::vector<Controller> controllers;
+    std::string devicesEntry, enumEntry;
+
+    std::string Installed(SystemInfoField field) const { return systemInfo.Get(field).text; }
+};
+
+// The collector's own files: an archive with none of them is not an mpdiag archive.
+bool IsMpdiagArchive(const Archive& archive);
+
+Facts Gather(Bundle& bundle);
+
+// The loader the recovery sequence of the current loader names; null when there is none.
+const BcdObject* RecoveryLoader(const Facts& facts, const BcdObject** current = nullptr);
+} // namespace report

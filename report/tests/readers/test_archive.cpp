@@ -1,0 +1,29 @@
+// The zip archive: capped reads and names that must not be used as paths.
+#include "fixtures/support.h"
+#include "read/archive.h"
+
+#include <gtest/gtest.h>
+
+using namespace report;
+
+TEST(Archive, ReadStopsAtTheCap)
+{
+    fixtures::Bundle bundle;
+    bundle.Set("mpdiag.log", std::string(5000, 'a'));
+    std::string error;
+    const auto archive = Archive::Open(bundle.Write(fixtures::TempDir() + "/a.zip"), error);
+    ASSERT_NE(nullptr, archive) << error;
+    std::string bytes;
+    EXPECT_FALSE(archive->Read(*archive->Find("MPDIAG.LOG"), 4999, bytes, error));
+    EXPECT_TRUE(bytes.empty());
+    EXPECT_TRUE(archive->Read(*archive->Find("mpdiag.log"), 5000, bytes, error)) << error;
+    EXPECT_EQ(5000u, bytes.size());
+}
+
+TEST(Archive, UnsafeNames)
+{
+    for (const char* name : {"../x", "a/../../x", "/etc/x", "\\x", "C:\\x", "c:x", "a\\..\\..\\x", "./x", "a\nb"})
+        EXPECT_FALSE(IsSafeEntryName(name)) << name;
+    for (const char* name : {"mpdiag.log", "System32/WinEvt/Logs/System.evtx", "Logs\\CBS\\CBS.log", "a..b/c"})
+        EXPECT_TRUE(IsSafeEntryName(name)) << name;
+}
