@@ -13,7 +13,18 @@ packages=(cmake make g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
           libz-mingw-w64-dev wine wine64 googletest dpkg-dev unzip zip python3
           wimtools osslsigncode openssl
           # mpdiag-report, built natively: the archive, WIM, hive and event log libraries, PCI names
-          g++ pkg-config zlib1g-dev libzip-dev libwim-dev libhivex-dev libevtx-dev libbfio-dev pci.ids)
+          g++
+          pkg-config
+          zlib1g-dev
+          libzip-dev
+          libwim-dev
+          libhivex-dev
+          libevtx-dev
+          libbfio-dev
+          pci.ids
+          # the real samples' hives are xz-compressed
+          xz-utils
+)
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'ok installed' || missing+=("$p")
