@@ -22,6 +22,8 @@ packages=(cmake make g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
           libevtx-dev
           libbfio-dev
           pci.ids
+          # console cell widths of letters (wmic's columns)
+          libunistring-dev
           # the real samples' hives are xz-compressed
           xz-utils
 )

@@ -47,10 +47,10 @@ void CheckBootConfiguration(const Facts& facts, Report& report)
         finding.evidence.push_back({store.entry, 0, facts.storeNote});
         return;
     }
-    Finding& loader = report.Add("boot.current-loader", Severity::Info,
-                                 "Windows starts through boot loader " + current->id +
-                                     (current->description.empty() ? "" : " (\"" + current->description + "\")"),
-                                 "");
+    const std::string description = current->descriptionLost ? " (its description lost letters to the code page)"
+                                    : current->description.empty() ? ""
+                                                                   : " (\"" + current->description + "\")";
+    Finding& loader = report.Add("boot.current-loader", Severity::Info, "Windows starts through boot loader " + current->id + description, "");
     loader.evidence.push_back({store.entry, current->where.line, "chosen because " + how + "; " + facts.storeNote});
     if (current->device.kind != BcdDevice::Kind::None)
         loader.evidence.push_back({store.entry, current->deviceWhere.line, "device: " + current->device.Describe()});
@@ -73,15 +73,28 @@ void CheckBootConfiguration(const Facts& facts, Report& report)
     const BcdObject* recovery = store.Find(current->recoverySequence.front());
     if (!recovery || !recovery->loader)
     {
-        Finding& finding = report.Add("boot.recovery-loader-missing", Severity::Error,
-                                      "The recovery sequence points at " + current->recoverySequence.front() +
-                                          ", which is not a boot loader in the store",
-                                      "Recreate the recovery environment's entry: \"reagentc /disable\", then \"reagentc /enable\".");
+        // A listing that shows only some objects is no evidence that the loader is missing.
+        const std::string& target = current->recoverySequence.front();
+        Finding& finding = !recovery && !store.listsAll
+            ? report.Add("boot.recovery-loader-unlisted", Severity::Info,
+                         "The recovery sequence points at " + target + ", which the listing does not show",
+                         "The listing holds only some of the store's objects; \"bcdedit /enum all\" shows the recovery loader.")
+            : report.Add("boot.recovery-loader-missing", Severity::Error,
+                         "The recovery sequence points at " + target + ", which is not a boot loader in the store",
+                         "Recreate the recovery environment's entry: \"reagentc /disable\", then \"reagentc /enable\".");
         finding.evidence.push_back({store.entry, current->sequenceWhere.line, current->sequenceWhere.text});
         return;
     }
     const BcdDevice& device = recovery->osDevice.kind != BcdDevice::Kind::None ? recovery->osDevice : recovery->device;
     const BcdSource& deviceWhere = recovery->osDevice.kind != BcdDevice::Kind::None ? recovery->osDeviceWhere : recovery->deviceWhere;
+    if (device.kind == BcdDevice::Kind::Other)
+    {
+        // A device this report cannot read is no evidence that the loader starts no image.
+        Finding& finding = report.Add("boot.recovery-loader-device-unread", Severity::Info,
+                                      "The recovery loader " + recovery->id + " starts from " + device.Describe(), "");
+        finding.evidence.push_back({store.entry, deviceWhere.line, deviceWhere.text});
+        return;
+    }
     if (device.kind != BcdDevice::Kind::Ramdisk)
     {
         Finding& finding = report.Add("boot.recovery-loader-device", Severity::Warning,
@@ -93,10 +106,11 @@ void CheckBootConfiguration(const Facts& facts, Report& report)
     std::vector<std::string> differences;
     if (!facts.recoveryPath.empty())
     {
-        if (!EqualsNoCase(PathOnVolume(facts.recoveryPath), device.imagePath))
+        if (!device.imagePath.empty() && !EqualsNoCase(PathOnVolume(facts.recoveryPath), device.imagePath))
             differences.push_back("the path differs");
         const bool foundOnSystemDrive = HasDriveLetter(facts.recoveryPath);
-        const bool comparable = device.fromElement ? current->device.fromElement && current->device.kind == BcdDevice::Kind::Partition
+        const bool comparable = device.fromElement ? device.partitionRead && current->device.fromElement &&
+                                                         current->device.kind == BcdDevice::Kind::Partition && current->device.partitionRead
                                                    : !device.partitionText.empty();
         if (foundOnSystemDrive && comparable)
         {

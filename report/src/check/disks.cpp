@@ -16,11 +16,14 @@ std::string Hex32(uint32_t value)
 
 std::string DescribeDisk(const Disk& disk)
 {
+    const bool unread = !disk.unread.empty();
     const std::string style = disk.Mbr()               ? "MBR (signature " + Hex32(disk.SignatureValue()) + ")"
                               : disk.signatureListed ? "GPT or not initialised (no signature)"
+                              : unread               ? "partition style unknown"
                                                      : "partition style not listed";
-    std::string text = "disk " + (disk.index.empty() ? "?" : disk.index) + ": " + (disk.model.empty() ? "(no model)" : disk.model) +
-                       ", " + style + ", " + FormatSize(disk.size);
+    const std::string model = !disk.model.empty() ? disk.model : unread ? "(model unknown)" : "(no model)";
+    std::string text = "disk " + (disk.index.empty() ? "?" : disk.index) + ": " + model + ", " + style + ", " +
+                       (disk.sizeKnown ? FormatSize(disk.size) : "size unknown");
     if (!disk.partitions.empty())
         text += ", " + disk.partitions + (disk.partitions == "1" ? " partition" : " partitions");
     if (!disk.status.empty())
@@ -38,6 +41,8 @@ void Locate(const Facts& facts, const std::string& what, const BcdDevice& device
         finding.evidence.push_back({facts.store.entry, line, device.text});
         return;
     }
+    if (!device.partitionRead)
+        return;
     if (device.gpt)
     {
         Finding& finding = report.Add("disks.recovery-location", Severity::Info,
@@ -47,15 +52,16 @@ void Locate(const Facts& facts, const std::string& what, const BcdDevice& device
         return;
     }
     const Disk* disk = nullptr;
-    bool signatures = false;
+    bool signatures = false, allRead = true;
     for (const Disk& candidate : facts.disks)
     {
         signatures = signatures || candidate.Mbr();
+        allRead = allRead && candidate.signatureListed;
         if (candidate.Mbr() && candidate.SignatureValue() == device.signature)
             disk = &candidate;
     }
-    // Without a signature in the listing the disk cannot be told; that is no sign of trouble.
-    if (!disk && (!warn || !signatures))
+    // Without every disk's signature read the disk cannot be told; that is no sign of trouble.
+    if (!disk && (!warn || !signatures || !allRead))
         return;
     if (!disk)
     {
@@ -68,7 +74,7 @@ void Locate(const Facts& facts, const std::string& what, const BcdDevice& device
             finding.evidence.push_back({facts.disksEntry, each.line, DescribeDisk(each)});
         return;
     }
-    const bool outside = warn && disk->size > 0 && static_cast<uint64_t>(device.offset) >= disk->size;
+    const bool outside = warn && disk->sizeKnown && disk->size > 0 && static_cast<uint64_t>(device.offset) >= disk->size;
     Finding& finding = outside
         ? report.Add("disks.recovery-partition-outside-disk", Severity::Warning,
                      what + " lies at offset " + FormatSize(static_cast<uint64_t>(device.offset)) + ", beyond the end of disk " + disk->index,
@@ -92,9 +98,10 @@ void CheckDisks(const Facts& facts, Report& report)
         layout.evidence.push_back({facts.disksEntry, disk.line, DescribeDisk(disk)});
         if (!disk.status.empty() && !EqualsNoCase(disk.status, "OK"))
         {
-            Finding& finding = report.Add("disks.status", Severity::Warning, "Disk " + disk.index + " reports status " + disk.status,
+            const std::string number = disk.index.empty() ? "?" : disk.index;
+            Finding& finding = report.Add("disks.status", Severity::Warning, "Disk " + number + " reports status " + disk.status,
                                           "Check the disk's health before restoring to it or backing it up.");
-            finding.subject = "disk " + disk.index;
+            finding.subject = "disk " + number;
             finding.evidence.push_back({facts.disksEntry, disk.line, DescribeDisk(disk)});
         }
     }

@@ -43,6 +43,11 @@ struct MachineSummary
     std::string architecture;
     std::string windowsPe; // "yes", "no" or "unknown"
     std::string labelsLanguage;
+    std::string updates; // how many updates wmic lists; "" when unknown
+    // How each fact was read, by the name of its field in the JSON ("host", "os_name",
+    // "os_version", "build", "architecture", "windows_pe"): "English label", "position in the
+    // listing", "shape of the value", ...; a fact that is unknown has none.
+    std::vector<std::pair<std::string, std::string>> howRead;
 };
 
 struct Report

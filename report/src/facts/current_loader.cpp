@@ -17,7 +17,7 @@ bool Referenced(const BootStore& store, const std::string& id)
 
 bool MatchesHint(const BcdDevice& device, const SystemPartitionHint& hint)
 {
-    if (!device.fromElement || device.kind != BcdDevice::Kind::Partition)
+    if (!device.fromElement || device.kind != BcdDevice::Kind::Partition || !device.partitionRead)
         return false;
     if (hint.gpt)
         return EqualsNoCase(device.diskGuid, hint.diskGuid) && EqualsNoCase(device.partitionGuid, hint.partitionGuid);

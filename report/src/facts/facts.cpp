@@ -15,6 +15,12 @@ const char* const kCollectorFiles[] = {"mpdiag.log",      "devices.txt",     "en
                                        "BCD00000000.reg", "BCD00000000.hiv", "bcdedit_all.log", "wmic_hotfix.log",
                                        "wmic_disks.log",  "systeminfo.log",  "recovery_path.log"};
 
+void NoteStoreProblems(Bundle& bundle, const BootStore& store)
+{
+    for (const std::string& problem : store.problems)
+        bundle.Note(store.entry, problem);
+}
+
 bool ReadStoreFromRegistry(Bundle& bundle, Facts& facts)
 {
     const Text* text = bundle.SystemText("BCD00000000.reg");
@@ -24,6 +30,7 @@ bool ReadStoreFromRegistry(Bundle& bundle, Facts& facts)
     BootStore store = BootStoreFromRegistry(ParseRegExport(*text, skipped), bundle.StoredName("BCD00000000.reg"));
     if (skipped)
         bundle.Note(store.entry, std::to_string(skipped) + " lines that are not registry export lines were left out");
+    NoteStoreProblems(bundle, store);
     if (store.objects.empty())
     {
         bundle.Note(store.entry, "holds no boot configuration objects");
@@ -48,6 +55,7 @@ bool ReadStoreFromHive(Bundle& bundle, Facts& facts)
         return false;
     }
     BootStore store = BootStoreFromRegistry(tree, entry);
+    NoteStoreProblems(bundle, store);
     if (store.objects.empty())
     {
         bundle.Note(entry, "holds no boot configuration objects");
@@ -70,9 +78,75 @@ bool ReadStoreFromBcdedit(Bundle& bundle, Facts& facts)
         return false;
     }
     facts.store = store;
-    facts.storeNote = "read from " + store.entry + " (" + (store.language.empty() ? "labels of an unknown language" : store.language + " labels") +
-                      ": the registry export of the store is missing)";
+    const std::string labels = store.language.empty() ? "labels of an unknown language"
+                               : store.labelsGarbled ? store.language + " labels, told through letters lost to the code page"
+                                                     : store.language + " labels";
+    facts.storeNote = "read from " + store.entry + " (" + labels + ": the registry export of the store is missing)";
+    if (!store.listsAll)
+        bundle.Note(store.entry, "lists only some of the store's objects (the settings objects that others inherit from are "
+                                 "missing, as in plain \"bcdedit\"): an object it does not show may still be in the store");
     return true;
+}
+
+// What of systeminfo's listing could not be read, and why.
+void NoteSystemInfo(Bundle& bundle, const Text& text, const Facts& facts)
+{
+    const std::string& entry = facts.systemInfoEntry;
+    const bool empty = std::all_of(text.lines.begin(), text.lines.end(), [](const std::string& line) { return Trim(line).empty(); });
+    if (empty)
+    {
+        bundle.Note(entry, "is empty: the machine is not described");
+        return;
+    }
+    if (facts.systemInfo.values.empty())
+    {
+        bundle.Note(entry, "neither its labels nor the order and shape of its fields are systeminfo's: the machine is not described");
+        return;
+    }
+    if (facts.systemInfo.language.empty())
+        bundle.Note(entry, "its labels are in a language that the report's label table does not hold: the machine was read "
+                           "by the order of systeminfo's fields and the shape of their values");
+    const struct
+    {
+        SystemInfoField field;
+        const char* name;
+    } shown[] = {{SystemInfoField::HostName, "host name"}, {SystemInfoField::OsName, "OS name"}};
+    for (const auto& each : shown)
+    {
+        const SystemInfoValue& value = facts.systemInfo.Get(each.field);
+        if (value.lost)
+            bundle.Note(entry, "line " + std::to_string(value.line) + ": the " + each.name +
+                                   " lost letters to the console's code page before it reached the archive (\"" + value.text +
+                                   "\"): it is shown as unknown");
+    }
+}
+
+void GatherSystemInfo(Bundle& bundle, const Text& text, Facts& facts)
+{
+    facts.systemInfoEntry = bundle.StoredName("systeminfo.log");
+    facts.systemInfo = ParseSystemInfo(text);
+    facts.windowsPe = StartsWithNoCase(facts.Installed(SystemInfoField::WindowsDirectory), "X:");
+    NoteSystemInfo(bundle, text, facts);
+}
+
+// Rows of a wmic table that could not be cut, and rows left out.
+void NoteWmicTable(Bundle& bundle, const std::string& entry, const Text& text, const WmicTable& table)
+{
+    if (table.headings.empty())
+    {
+        bundle.Note(entry, "holds no table of wmic's");
+        return;
+    }
+    size_t unread = 0;
+    for (const WmicRow& row : table.rows)
+        unread += std::count(row.read.begin(), row.read.end(), false) > 0;
+    if (unread)
+        bundle.Note(entry, std::to_string(unread) + " of its " + std::to_string(table.rows.size()) +
+                               " rows could not be cut into all their columns" +
+                               (text.lostCharacters ? " (letters lost to the code page leave their widths unknown)" : "") +
+                               ": what those cells say is unknown");
+    if (table.rowsLeftOut)
+        bundle.Note(entry, "only its first " + std::to_string(kMaxWmicRows) + " rows were read");
 }
 
 void GatherControllers(Bundle& bundle, Facts& facts)
@@ -123,17 +197,7 @@ Facts Gather(Bundle& bundle)
     facts.extended = facts.extended || !facts.wimEntry.empty();
 
     if (const Text* text = bundle.Captured("systeminfo.log"))
-    {
-        facts.systemInfoEntry = bundle.StoredName("systeminfo.log");
-        facts.systemInfo = ParseSystemInfo(*text);
-        facts.windowsPe = StartsWithNoCase(facts.Installed(SystemInfoField::WindowsDirectory), "X:");
-        const bool empty = std::all_of(text->lines.begin(), text->lines.end(), [](const std::string& line) { return Trim(line).empty(); });
-        if (empty)
-            bundle.Note(facts.systemInfoEntry, "is empty: the machine is not described");
-        else if (facts.systemInfo.language.empty())
-            bundle.Note(facts.systemInfoEntry, "its labels are in a language that the report's label table does not "
-                                               "hold: the machine is not described");
-    }
+        GatherSystemInfo(bundle, *text, facts);
     if (const Text* text = bundle.Captured("mpdiag.log"))
     {
         facts.logEntry = bundle.StoredName("mpdiag.log");
@@ -159,7 +223,16 @@ Facts Gather(Bundle& bundle)
     if (const Text* text = bundle.Captured("wmic_disks.log"))
     {
         facts.disksEntry = bundle.StoredName("wmic_disks.log");
-        facts.disks = ParseWmicDisks(*text);
+        const WmicTable table = ParseWmicTable(*text);
+        NoteWmicTable(bundle, facts.disksEntry, *text, table);
+        facts.disks = DisksFromWmic(table);
+    }
+    if (const Text* text = bundle.Captured("wmic_hotfix.log"))
+    {
+        facts.updatesEntry = bundle.StoredName("wmic_hotfix.log");
+        const WmicTable table = ParseWmicTable(*text);
+        NoteWmicTable(bundle, facts.updatesEntry, *text, table);
+        facts.updates = table.rowsLeftOut ? -1 : CountWmicUpdates(table);
     }
     GatherControllers(bundle, facts);
     return facts;

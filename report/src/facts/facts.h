@@ -40,6 +40,9 @@ struct Facts
     std::string disksEntry;
     std::vector<Disk> disks;
 
+    std::string updatesEntry;
+    long updates = -1; // the updates wmic qfe lists; -1 when unknown
+
     std::vector<Controller> controllers;
     std::string devicesEntry, enumEntry;
 

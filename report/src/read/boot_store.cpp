@@ -7,56 +7,141 @@ namespace report
 {
 namespace
 {
-// Device records: the kind at byte 16; a partition's fields from byte 32, or, inside a ramdisk
-// record, from byte 84 with the image path from byte 140.
-const uint32_t kPartitionDevice = 6, kLegacyPartitionDevice = 2, kRamdiskDevice = 3, kBootDevice = 5;
-const size_t kPartitionMinimum = 59, kRamdiskMinimum = 138, kRamdiskPath = 140;
+// A device element, as Windows writes it (the layout of the real stores' elements; the partition
+// fields are also described in the BCDEdit notes at mistyprojects.co.uk, "Devices Partition -
+// Data"):
+//   0   the additional options object's identifier (a ramdisk's options; zero otherwise)
+//   16  the device: a header (type u32, flags u32, size u32 of header and data, reserved u32),
+//       then the data of its type.
+// A partition device's data: the partition (GPT: its GUID; MBR: its offset, u64) in 16 bytes,
+// a u32, the partition style u32 (0 GPT, 1 MBR), the disk (GPT: its GUID; MBR: its signature,
+// u32) in 16 bytes. A block I/O device's data starts with its kind u32; a ramdisk's (kind 3) has
+// at data offset 24 the image file: a u32 version, the u32 length of the file structure, a u32
+// path type, the device holding the file (header and data), then its path in UTF-16.
+const uint32_t kBlockIoDevice = 0, kLegacyPartitionDevice = 2, kBootDevice = 5, kPartitionDevice = 6;
+const uint32_t kRamdisk = 3;
+const uint32_t kGptStyle = 0, kMbrStyle = 1;
+const size_t kOptionsSize = 16, kHeaderSize = 16, kPartitionDataSize = 40, kRamdiskFileAt = 24, kFileHeaderSize = 12;
 
-bool AnyNonZero(const std::string& data, size_t from, size_t to)
+struct DeviceSpan
 {
-    for (size_t i = from; i < to && i < data.size(); ++i)
-        if (data[i])
-            return true;
-    return false;
-}
+    size_t at = 0;   // of the header
+    size_t size = 0; // of header and data, as the header says
+};
 
-void ReadPartition(const std::string& data, size_t base, BcdDevice& device)
+// The device whose header is at `at`, its size checked against the bytes there are.
+bool DeviceAt(const std::string& data, size_t at, DeviceSpan& span, BcdDevice& device)
 {
-    device.offset = static_cast<int64_t>(LittleEndian64(data, base));
-    device.signature = LittleEndian32(data, base + 24);
-    // An MBR record leaves the rest of the 16-byte disk field empty; a GPT disk's identifier fills it.
-    device.gpt = data.size() >= base + 40 && AnyNonZero(data, base + 28, base + 40);
-    if (data.size() >= base + 40)
+    if (data.size() < at + kHeaderSize)
     {
-        device.partitionGuid = FormatGuid(data.substr(base, 16));
-        device.diskGuid = FormatGuid(data.substr(base + 24, 16));
+        device.problem = "ends at byte " + std::to_string(data.size()) + ", inside the device header at byte " + std::to_string(at);
+        return false;
     }
+    span = {at, LittleEndian32(data, at + 8)};
+    if (span.size < kHeaderSize || span.size > data.size() - at)
+    {
+        device.problem = "its device at byte " + std::to_string(at) + " claims " + std::to_string(span.size) + " bytes, " +
+                         std::to_string(data.size() - at) + " are there";
+        return false;
+    }
+    return true;
 }
+
+void ReadPartition(const std::string& data, const DeviceSpan& span, BcdDevice& device)
+{
+    const size_t d = span.at + kHeaderSize;
+    if (span.size < kHeaderSize + kPartitionDataSize)
+    {
+        device.problem = "its partition device at byte " + std::to_string(span.at) + " is " + std::to_string(span.size) +
+                         " bytes, too short for a partition";
+        return;
+    }
+    const uint32_t style = LittleEndian32(data, d + 20);
+    if (style == kGptStyle)
+    {
+        device.gpt = true;
+        device.partitionGuid = FormatGuid(data.substr(d, 16));
+        device.diskGuid = FormatGuid(data.substr(d + 24, 16));
+    }
+    else if (style == kMbrStyle)
+    {
+        device.offset = static_cast<int64_t>(LittleEndian64(data, d));
+        device.signature = LittleEndian32(data, d + 24);
+    }
+    else
+    {
+        device.problem = "its partition has style " + std::to_string(style) + ", neither GPT (0) nor MBR (1)";
+        return;
+    }
+    device.partitionRead = true;
+}
+
+// A ramdisk's image: the file structure, the partition it lies on and its path.
+void ReadRamdisk(const std::string& data, const DeviceSpan& span, BcdDevice& device)
+{
+    const size_t file = span.at + kHeaderSize + kRamdiskFileAt;
+    const size_t end = span.at + span.size;
+    if (end < file + kFileHeaderSize)
+    {
+        device.problem = "its ramdisk device ends before the image file's structure";
+        return;
+    }
+    const uint32_t length = LittleEndian32(data, file + 4);
+    if (length < kFileHeaderSize || length > end - file)
+    {
+        device.problem = "its image file's structure claims " + std::to_string(length) + " bytes, " + std::to_string(end - file) + " are there";
+        return;
+    }
+    const std::string fileBytes = data.substr(0, file + length);
+    DeviceSpan parent;
+    if (!DeviceAt(fileBytes, file + kFileHeaderSize, parent, device))
+        return;
+    const uint32_t parentType = LittleEndian32(fileBytes, parent.at);
+    if (parentType == kPartitionDevice)
+        ReadPartition(fileBytes, parent, device);
+    else
+        device.problem = "its image lies on a device of type " + std::to_string(parentType) + ", which this report does not read";
+    device.imagePath = Utf16ToUtf8(fileBytes.substr(parent.at + parent.size));
+}
+} // namespace
 
 BcdDevice DeviceFromElement(const std::string& data)
 {
     BcdDevice device;
     device.fromElement = true;
-    const uint32_t kind = data.size() >= 20 ? LittleEndian32(data, 16) : 0;
-    if ((kind == kPartitionDevice || kind == kLegacyPartitionDevice) && data.size() >= kPartitionMinimum)
+    device.kind = BcdDevice::Kind::Other;
+    DeviceSpan span;
+    if (!DeviceAt(data, kOptionsSize, span, device))
+    {
+        device.other = "a device element that could not be read";
+        return device;
+    }
+    const uint32_t type = LittleEndian32(data, span.at);
+    const uint32_t blockIoKind = span.size >= kHeaderSize + 4 ? LittleEndian32(data, span.at + kHeaderSize) : 0;
+    if (type == kPartitionDevice)
     {
         device.kind = BcdDevice::Kind::Partition;
-        ReadPartition(data, 32, device);
+        ReadPartition(data, span, device);
     }
-    else if (kind == kRamdiskDevice && data.size() >= kRamdiskMinimum)
+    else if (type == kBlockIoDevice && span.size >= kHeaderSize + 4 && blockIoKind == kRamdisk)
     {
         device.kind = BcdDevice::Kind::Ramdisk;
-        ReadPartition(data, 84, device);
-        if (data.size() > kRamdiskPath)
-            device.imagePath = Utf16ToUtf8(data.substr(kRamdiskPath));
+        device.optionsId = "{" + FormatGuid(data.substr(0, kOptionsSize)) + "}";
+        ReadRamdisk(data, span, device);
     }
-    else if (kind == kBootDevice)
+    else if (type == kBootDevice)
         device.kind = BcdDevice::Kind::Boot;
+    else if (type == kBlockIoDevice)
+        device.other = "a block I/O device of kind " + std::to_string(blockIoKind);
+    else if (type == kLegacyPartitionDevice)
+        device.other = "a legacy partition device (type 2), whose fields this report does not read";
     else
-        device.kind = BcdDevice::Kind::Other;
+        device.other = "a device of type " + std::to_string(type);
     return device;
 }
 
+namespace
+{
 std::string HexValue(const RegValue& value)
 {
     std::string out;
@@ -83,18 +168,25 @@ bool ObjectKey(const std::string& path, std::string& id, std::string& rest)
     return true;
 }
 
-void ApplyElement(BcdObject& object, const std::string& element, const RegValue& value)
+void NoteProblem(BootStore& store, const BcdObject& object, const std::string& element, const std::string& problem)
+{
+    if (problem.empty())
+        return;
+    if (store.problems.size() < kMaxStoreProblems)
+        store.problems.push_back("object " + object.id + " element " + element + ": " + problem);
+    else if (store.problems.size() == kMaxStoreProblems)
+        store.problems.push_back("further elements that could not be read in full are not listed");
+}
+
+void ApplyElement(BootStore& store, BcdObject& object, const std::string& element, const RegValue& value)
 {
     const BcdSource where{value.line, "Element=" + HexValue(value)};
-    if (element == "11000001")
+    if (element == "11000001" || element == "21000001")
     {
-        object.device = DeviceFromElement(value.data);
-        object.deviceWhere = where;
-    }
-    else if (element == "21000001")
-    {
-        object.osDevice = DeviceFromElement(value.data);
-        object.osDeviceWhere = where;
+        BcdDevice& device = element == "11000001" ? object.device : object.osDevice;
+        device = DeviceFromElement(value.data);
+        (element == "11000001" ? object.deviceWhere : object.osDeviceWhere) = where;
+        NoteProblem(store, object, element, device.problem);
     }
     else if (element == "12000004")
         object.description = Utf16ToUtf8(value.data);
@@ -126,7 +218,7 @@ bool BcdDevice::SamePartition(const BcdDevice& other) const
 {
     if (fromElement && other.fromElement)
     {
-        if (gpt != other.gpt)
+        if (!partitionRead || !other.partitionRead || gpt != other.gpt)
             return false;
         return gpt ? diskGuid == other.diskGuid && partitionGuid == other.partitionGuid
                    : signature == other.signature && offset == other.offset;
@@ -140,7 +232,9 @@ std::string BcdDevice::Describe() const
         return text;
     std::string partition;
     char buffer[64];
-    if (gpt)
+    if (!partitionRead)
+        partition = "partition that could not be read (" + problem + ")";
+    else if (gpt)
         partition = "partition {" + partitionGuid + "} of GPT disk {" + diskGuid + "}";
     else
     {
@@ -152,7 +246,7 @@ std::string BcdDevice::Describe() const
     case Kind::Partition: return partition;
     case Kind::Ramdisk: return "ramdisk " + imagePath + " on the " + partition;
     case Kind::Boot: return "the boot device";
-    case Kind::Other: return "a device of another kind";
+    case Kind::Other: return other;
     case Kind::None: break;
     }
     return "";
@@ -192,7 +286,7 @@ BootStore BootStoreFromRegistry(const RegTree& tree, const std::string& entry)
             object.manager = object.type == kBootManagerObject;
         }
         else if (rest.compare(0, 9, "elements\\") == 0 && (value = key.Value("Element")) != nullptr)
-            ApplyElement(object, rest.substr(9), *value);
+            ApplyElement(store, object, rest.substr(9), *value);
     }
     return store;
 }

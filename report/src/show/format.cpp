@@ -1,5 +1,7 @@
 #include "show/format.h"
 
+#include <algorithm>
+
 namespace report
 {
 std::string Where(const Evidence& evidence)
@@ -32,5 +34,21 @@ std::string SystemLine(const MachineSummary& m)
 {
     return OrUnknown(m.osName) + ", version " + OrUnknown(m.osVersion) + " (build " + OrUnknown(m.build) + "), " +
            OrUnknown(m.architecture);
+}
+std::string HowRead(const MachineSummary& m)
+{
+    std::vector<std::pair<std::string, std::string>> ways; // way, its facts
+    for (const auto& fact : m.howRead)
+    {
+        auto same = std::find_if(ways.begin(), ways.end(), [&](const auto& way) { return way.first == fact.second; });
+        if (same == ways.end())
+            ways.push_back({fact.second, fact.first});
+        else
+            same->second += ", " + fact.first;
+    }
+    std::string text;
+    for (const auto& way : ways)
+        text += (text.empty() ? "" : "; ") + way.second + ": " + way.first;
+    return text;
 }
 } // namespace report

@@ -15,4 +15,7 @@ std::string Counts(const Report& report);
 std::string OrUnknown(const std::string& text);
 // "OS name, version V (build B), architecture"
 std::string SystemLine(const MachineSummary& m);
+// How the machine's facts were read, "host: English label; os_name: position in the listing"
+// (facts read alike share one entry: "host, os_name: English label"); "" when none was read.
+std::string HowRead(const MachineSummary& m);
 } // namespace report

@@ -46,7 +46,9 @@ std::string RenderHtml(const Report& report)
                                                         {"System", SystemLine(m)},
                                                         {"Windows PE", m.windowsPe},
                                                         {"Run", report.run},
-                                                        {"Language", OrUnknown(m.labelsLanguage)}};
+                                                        {"Language", OrUnknown(m.labelsLanguage)},
+                                                        {"Updates", OrUnknown(m.updates)},
+                                                        {"Read by", OrUnknown(HowRead(m))}};
     for (const auto& row : rows)
         out << "<tr><td>" << row.first << "</td><td>" << Html(row.second) << "</td></tr>\n";
     out << "</table>\n";

@@ -43,7 +43,11 @@ std::string RenderJson(const Report& report)
     out << "  \"machine\": {\"host\": " << JsonString(m.hostName) << ", \"os_name\": " << JsonString(m.osName)
         << ", \"os_version\": " << JsonString(m.osVersion) << ", \"build\": " << JsonString(m.build)
         << ", \"architecture\": " << JsonString(m.architecture) << ", \"windows_pe\": " << JsonString(m.windowsPe)
-        << ", \"labels_language\": " << JsonString(m.labelsLanguage) << "},\n";
+        << ", \"labels_language\": " << JsonString(m.labelsLanguage) << ", \"updates\": " << JsonString(m.updates)
+        << ",\n              \"how_read\": {";
+    for (size_t i = 0; i < m.howRead.size(); ++i)
+        out << (i ? ", " : "") << JsonString(m.howRead[i].first) << ": " << JsonString(m.howRead[i].second);
+    out << "}},\n";
     out << "  \"files\": [";
     for (size_t i = 0; i < report.notes.size(); ++i)
         out << (i ? "," : "") << "\n    {\"entry\": " << JsonString(report.notes[i].entry)

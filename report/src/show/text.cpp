@@ -18,6 +18,10 @@ std::string RenderText(const Report& report)
     out << "  Run:         " << report.run << (report.run == "extended" ? " (-x: event logs and boot.wim)" : "") << "\n";
     if (!m.labelsLanguage.empty())
         out << "  Language:    " << m.labelsLanguage << " (labels of systeminfo)\n";
+    if (!m.updates.empty())
+        out << "  Updates:     " << m.updates << " (wmic qfe)\n";
+    if (!m.howRead.empty())
+        out << "  Read by:     " << HowRead(m) << "\n";
     if (!report.notes.empty())
     {
         out << "\nFiles read with a remark\n";

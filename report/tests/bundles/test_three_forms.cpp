@@ -1,6 +1,6 @@
 // One machine, three bundles: English stand-ins writing UTF-8, the field's encodings (UTF-16
-// wmic, code page 850 systeminfo and bcdedit), and a German machine. The report must not
-// depend on the form.
+// wmic, code page 850 systeminfo and bcdedit), and a German machine; and one in a language
+// without a table. The report must not depend on the form.
 #include "fixtures/support.h"
 
 #include <gtest/gtest.h>
@@ -38,6 +38,25 @@ TEST(ThreeForms, WithoutTheRegistryExportBcdeditGivesTheSameFindingsInEachLangua
             first = summary;
         EXPECT_EQ(first, summary);
     }
+}
+
+TEST(ThreeForms, ALanguageWithoutATableGivesTheSameMachineAndFindings)
+{
+    const report::Report english = AnalyzeBundle(fixtures::SampleBundle(Speech::Utf8));
+    fixtures::Bundle bundle = fixtures::SampleBundle(Speech::Unlisted);
+    const report::Report unlisted = AnalyzeBundle(bundle);
+    EXPECT_EQ(english.machine.hostName, unlisted.machine.hostName);
+    EXPECT_EQ(english.machine.osName, unlisted.machine.osName);
+    EXPECT_EQ(english.machine.build, unlisted.machine.build);
+    EXPECT_EQ(english.machine.architecture, unlisted.machine.architecture);
+    EXPECT_EQ(english.machine.windowsPe, unlisted.machine.windowsPe);
+    EXPECT_EQ("", unlisted.machine.labelsLanguage);
+    EXPECT_EQ(Summary(english), Summary(unlisted));
+    // Without the registry export the store is read from bcdedit's listing, titles unknown.
+    bundle.Remove("BCD00000000.reg");
+    fixtures::Bundle englishBundle = fixtures::SampleBundle(Speech::Utf8);
+    englishBundle.Remove("BCD00000000.reg");
+    EXPECT_EQ(Summary(AnalyzeBundle(englishBundle)), Summary(AnalyzeBundle(bundle)));
 }
 
 TEST(ThreeForms, TheMachineIsDescribedAlikeAndTheGermanLabelsAreNamed)

@@ -33,7 +33,7 @@ TEST_P(BcdeditOnly, RecoveryDisabledAppearsFromBcdeditWhenTheExportIsMissing)
     const Finding& finding = Get(report, "boot.recovery-disabled");
     EXPECT_EQ("bcdedit_all.log", finding.evidence.at(0).entry);
     EXPECT_EQ(20u, finding.evidence.at(0).line);
-    EXPECT_EQ(GetParam() == Speech::German ? "recoveryenabled Nein" : "recoveryenabled No", finding.evidence.at(0).text);
+    EXPECT_EQ("recoveryenabled No", finding.evidence.at(0).text) << "bcdedit's Yes and No are English in every language";
 }
 
 TEST_P(BcdeditOnly, RecoveryDisabledDisappearsWhenBcdeditSaysYes)
@@ -84,6 +84,67 @@ TEST(BootRecoveryLoaderMissing, AppearsWhenTheSequenceNamesNoObjectOfTheStore)
     EXPECT_EQ(0u, CountFindings(AnalyzeBundle(fixtures::SampleBundle()), "boot.recovery-loader-missing"));
 }
 
+TEST(BootRecoveryLoaderUnlisted, AppearsInsteadOfMissingWhenTheListingShowsOnlySomeObjects)
+{
+    // Plain "bcdedit" lists the boot menu's entries, not the recovery loader nor the settings
+    // objects its entries inherit from.
+    const std::string listing = "\r\nWindows Boot Loader\r\n-------------------\r\nidentifier              {current}\r\n"
+                                "path                    \\Windows\\system32\\winload.exe\r\n"
+                                "inherit                 {bootloadersettings}\r\n"
+                                "recoverysequence        {deadbeef-0000-0000-0000-000000000000}\r\n"
+                                "recoveryenabled         Yes\r\n";
+    fixtures::Bundle bundle = fixtures::SampleBundle();
+    bundle.Remove("BCD00000000.reg").Set("bcdedit_all.log", fixtures::CollectorSaves(listing));
+    const Report partial = AnalyzeBundle(bundle);
+    EXPECT_EQ(Severity::Info, Get(partial, "boot.recovery-loader-unlisted").severity);
+    EXPECT_EQ(0u, CountFindings(partial, "boot.recovery-loader-missing"));
+    EXPECT_TRUE(HasNote(partial, "bcdedit_all.log", "lists only some of the store's objects"));
+    bundle.Set("bcdedit_all.log", fixtures::CollectorSaves(listing + "\r\nBoot Loader Settings\r\n--------------------\r\n"
+                                                                      "identifier              {bootloadersettings}\r\n"));
+    const Report all = AnalyzeBundle(bundle);
+    EXPECT_EQ(0u, CountFindings(all, "boot.recovery-loader-unlisted"));
+    EXPECT_EQ(Severity::Error, Get(all, "boot.recovery-loader-missing").severity);
+}
+
+TEST(BootRecoveryLoaderDevice, AppearsForARecoveryLoaderOnAPartition)
+{
+    const std::string objects = "HKEY_LOCAL_MACHINE\\BCD00000000\\Objects\\" + std::string(fixtures::kRecoveryLoader);
+    fixtures::RegExport store = fixtures::SampleBootStore();
+    store.Key(objects + "\\Elements\\21000001").Binary("Element", fixtures::PartitionElement(fixtures::kDiskSignature, fixtures::kSystemOffset));
+    const Report report = AnalyzeBundle(WithBootStore(fixtures::SampleBundle(), store));
+    EXPECT_EQ(Severity::Warning, Get(report, "boot.recovery-loader-device").severity);
+    EXPECT_EQ(0u, CountFindings(AnalyzeBundle(fixtures::SampleBundle()), "boot.recovery-loader-device"));
+}
+
+TEST(BootRecoveryLoaderDevice, AnElementThatCannotBeReadIsNoWarning)
+{
+    const std::string objects = "HKEY_LOCAL_MACHINE\\BCD00000000\\Objects\\" + std::string(fixtures::kRecoveryLoader);
+    const std::string ramdisk = fixtures::RamdiskElement(fixtures::kDiskSignature, fixtures::kSystemOffset, "\\Recovery\\WindowsRE\\Winre.wim");
+    fixtures::RegExport store = fixtures::SampleBootStore();
+    store.Key(objects + "\\Elements\\21000001").Binary("Element", ramdisk.substr(0, 30));
+    const Report report = AnalyzeBundle(WithBootStore(fixtures::SampleBundle(), store));
+    EXPECT_EQ(0u, CountFindings(report, "boot.recovery-loader-device")) << Summary(report);
+    EXPECT_EQ(Severity::Info, Get(report, "boot.recovery-loader-device-unread").severity);
+    EXPECT_TRUE(HasNote(report, "BCD00000000.reg", "element 21000001: ends at byte 30, inside the device header at byte 16"));
+    EXPECT_EQ(0u, CountFindings(AnalyzeBundle(fixtures::SampleBundle()), "boot.recovery-loader-device-unread"));
+}
+
+TEST(BootRecoveryLoader, AGptRamdiskAsWindowsWritesItIsTheRecoveryImage)
+{
+    const std::string objects = "HKEY_LOCAL_MACHINE\\BCD00000000\\Objects\\" + std::string(fixtures::kRecoveryLoader);
+    const std::string disk = fixtures::GuidBytes("{0b2394a9-095e-487d-8d48-719ecd4d78ca}");
+    const std::string partition = fixtures::GuidBytes("{6cdfcd69-de75-4490-8f99-5a84bf264917}");
+    fixtures::RegExport store = fixtures::SampleBootStore();
+    store.Key(objects + "\\Elements\\21000001")
+        .Binary("Element", fixtures::GptRamdiskElement(disk, partition, "\\Recovery\\WindowsRE\\Winre.wim", fixtures::GuidBytes(fixtures::kRamdiskOptions)));
+    const Report report = AnalyzeBundle(WithBootStore(fixtures::SampleBundle(), store));
+    EXPECT_EQ(0u, CountFindings(report, "boot.recovery-loader-device")) << Summary(report);
+    EXPECT_NE(std::string::npos, EvidenceText(Get(report, "boot.recovery-path-mismatch"))
+                                     .find("ramdisk \\Recovery\\WindowsRE\\Winre.wim on the partition {6cdfcd69-de75-4490-8f99-5a84bf264917} "
+                                           "of GPT disk {0b2394a9-095e-487d-8d48-719ecd4d78ca}"))
+        << "the image lies on another partition than the system's";
+}
+
 TEST(BootRecoveryPathMismatch, AppearsWhenTheLoaderStartsAnImageOnAnotherPartition)
 {
     const Report report = AnalyzeBundle(WithBootStore(fixtures::SampleBundle(), fixtures::SampleBootStore(63LL << 30)));
@@ -113,4 +174,3 @@ TEST(BootConfigurationMissing, AppearsWithoutExportHiveAndBcdedit)
     EXPECT_EQ(0u, CountFindings(AnalyzeBundle(fixtures::SampleBundle()), "boot.configuration-missing"));
 }
 
-// 4. Disks.

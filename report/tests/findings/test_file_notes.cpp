@@ -26,12 +26,14 @@ TEST(Encodings, AFileThatIsNoTextIsNamedAndSkipped)
     EXPECT_EQ(1u, CountFindings(report, "boot.recovery-loader"));
 }
 
-TEST(Encodings, SystemInfoInALanguageOutsideTheTableIsNamed)
+TEST(Encodings, SystemInfoInALanguageOutsideTheTableIsNamedAndReadByItsOrder)
 {
+    // Labels that no table holds, made in the test.
     fixtures::Bundle bundle = fixtures::SampleBundle();
-    bundle.Set("systeminfo.log", "Nom de l'h\xC3\xB4te:       SAMPLE-PC\r\nNom du syst\xC3\xA8me d'exploitation: Microsoft Windows 10 Pro\r\n");
+    bundle.Set("systeminfo.log", "Label 1:   SAMPLE-PC\r\nLabel 2:   Microsoft Windows 10 Pro\r\nLabel 3:   10.0.19045 N/A Build 19045\r\n");
     const Report report = AnalyzeBundle(bundle);
-    EXPECT_TRUE(HasNote(report, "systeminfo.log", "a language that the report's label table does not hold"));
-    EXPECT_EQ("", report.machine.osName);
+    EXPECT_TRUE(HasNote(report, "systeminfo.log", "a language that the report's label table does not hold: the machine was read "
+                                                  "by the order of systeminfo's fields"));
+    EXPECT_EQ("Microsoft Windows 10 Pro", report.machine.osName);
     EXPECT_EQ(Summary(AnalyzeBundle(fixtures::SampleBundle())), Summary(report)) << "the findings do not depend on it";
 }
