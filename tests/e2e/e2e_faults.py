@@ -481,7 +481,7 @@ def detached(*command):
 
 
 def setup():
-    subprocess.run([os.path.join(here, "..", "scripts", "sample-machine.sh"), build, machine], check=True)
+    subprocess.run([os.path.join(here, "..", "..", "scripts", "sample-machine.sh"), build, machine], check=True)
     detached("wineserver", "-p")
     detached("wine", "wineboot")
 
