@@ -19,6 +19,7 @@ else
     args=(sizes 150 450)
 fi
 "$top/scripts/build.sh" >/dev/null
+cmake --build "$top/build" --target zip_bench zlib_bench -j"$(nproc)" >/dev/null
 bin=${BENCH_BIN:-$top/build}
 work="$top/build/bench"
 rm -rf "$work"

@@ -14,6 +14,7 @@ top=$(cd "$(dirname "$0")/.." && pwd)
 cases=("$@")
 [ ${#cases[@]} -gt 0 ] || cases=(entries image bound)
 "$top/scripts/build.sh" >/dev/null
+cmake --build "$top/build" --target zip_bench -j"$(nproc)" >/dev/null
 work="$top/build/stress"
 rm -rf "$work"
 mkdir -p "$work"

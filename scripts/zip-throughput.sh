@@ -6,6 +6,7 @@ set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 size=${1:-200}
 "$top/scripts/build.sh" >/dev/null
+cmake --build "$top/build" --target zip_bench zlib_bench -j"$(nproc)" >/dev/null
 work="$top/build/zipbench"
 rm -rf "$work" && mkdir -p "$work/data/text" "$work/data/random"
 half=$((size / 2))

@@ -112,7 +112,7 @@ std::string LogLike(size_t size, uint32_t seed)
     return bytes.substr(0, size);
 }
 
-// A small disk of its own for the archive: tests/zip_full_disk.sh mounts one and names it in
+// A small disk of its own for the archive: tests/unit/zip_full_disk.sh mounts one and names it in
 // MPDIAG_FULL_DISK. Empty when the tests run without it.
 wxString FullDisk()
 {
@@ -323,7 +323,7 @@ void WriteSparse(const wxString& path, ULONGLONG size, const std::string& tail)
     ASSERT_EQ(written, tail.size());
 }
 
-// Leaves the archive in the build folder for the independent reader (tests/zip_check.py
+// Leaves the archive in the build folder for the independent reader (tests/unit/zip_check.py
 // --zip64), which reads the large entry back whole.
 TEST(ZipAdd, FileOf4GiBAndMoreGetsZip64FieldsAndTheEntriesAfterItFollow)
 {
@@ -361,7 +361,7 @@ TEST(ZipAdd, FileOf4GiBAndMoreGetsZip64FieldsAndTheEntriesAfterItFollow)
 }
 
 // Leaves an archive of the sample tree in the build folder for the independent reader
-// (tests/zip_check.py), which runs next.
+// (tests/unit/zip_check.py), which runs next.
 TEST(ZipAdd, SampleArchiveForTheIndependentReader)
 {
     const wxString out = BuildPath("zipcheck");
@@ -375,7 +375,7 @@ TEST(ZipAddFullDisk, WriteFailureAmongTheEntriesIsLogged)
 {
     const wxString disk = FullDisk();
     if (disk.empty())
-        GTEST_SKIP() << "no small disk (run by tests/zip_full_disk.sh)";
+        GTEST_SKIP() << "no small disk (run by tests/unit/zip_full_disk.sh)";
     const ULONGLONG free = FreeBytes(disk);
     ASSERT_GT(free, 0u);
     ScratchDir dir;
@@ -393,7 +393,7 @@ TEST(ZipAddFullDisk, WriteFailureInTheLastFlushIsLogged)
 {
     const wxString disk = FullDisk();
     if (disk.empty())
-        GTEST_SKIP() << "no small disk (run by tests/zip_full_disk.sh)";
+        GTEST_SKIP() << "no small disk (run by tests/unit/zip_full_disk.sh)";
     const ULONGLONG free = FreeBytes(disk);
     // Stored entries of known length (4000 incompressible bytes, a 9-character name): every
     // entry fits on the disk, the central directory after them does not.

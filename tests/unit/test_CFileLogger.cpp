@@ -232,7 +232,7 @@ TEST(CFileLogger, FailingWriteClosesTheFileAndKeepsANoteInMemory)
 }
 
 // A log file that nothing can write, not even an administrator: it lies on a read-only mount
-// that tests/readonly_log_check.sh makes and names in MPDIAG_READONLY_LOG. That script also
+// that tests/unit/readonly_log_check.sh makes and names in MPDIAG_READONLY_LOG. That script also
 // checks that nothing reached standard error.
 TEST(CFileLoggerOnReadOnlyMount, RunGoesOnWithTheFileUntouchedAndNothingPrinted)
 {

@@ -113,6 +113,18 @@ struct FakeCalls
         return it != g_fake->m_open.end() && it->second.kind == kind ? &it->second : nullptr;
     }
 
+    // Ends an open search or set of `kind`; any other handle is recorded as `misuse` and fails.
+    static BOOL CloseOfKind(HANDLE handle, FakeDevices::Kind kind, const char* misuse)
+    {
+        if (!Find(handle, kind))
+        {
+            g_fake->misuse.push_back(misuse);
+            return Fail(ERROR_INVALID_HANDLE);
+        }
+        g_fake->m_open.erase(handle);
+        return TRUE;
+    }
+
     static HANDLE WINAPI CreateFile(LPCWSTR path, DWORD access, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD flags,
                                     HANDLE)
     {
@@ -267,13 +279,8 @@ struct FakeCalls
 
     static BOOL WINAPI FindVolumeClose(HANDLE handle)
     {
-        if (!Find(handle, FakeDevices::Kind::VolumeFind))
-        {
-            g_fake->misuse.push_back("FindVolumeClose of a handle that is not a volume search");
-            return Fail(ERROR_INVALID_HANDLE);
-        }
-        g_fake->m_open.erase(handle);
-        return TRUE;
+        return CloseOfKind(handle, FakeDevices::Kind::VolumeFind,
+                           "FindVolumeClose of a handle that is not a volume search");
     }
 
     // The device nodes a set holds, as indexes into `nodes`.
@@ -399,13 +406,8 @@ struct FakeCalls
 
     static BOOL WINAPI DestroyDeviceInfoList(HDEVINFO handle)
     {
-        if (!Find(handle, FakeDevices::Kind::DeviceSet))
-        {
-            g_fake->misuse.push_back("SetupDiDestroyDeviceInfoList of a handle that is not a device set");
-            return Fail(ERROR_INVALID_HANDLE);
-        }
-        g_fake->m_open.erase(handle);
-        return TRUE;
+        return CloseOfKind(handle, FakeDevices::Kind::DeviceSet,
+                           "SetupDiDestroyDeviceInfoList of a handle that is not a device set");
     }
 };
 
