@@ -103,6 +103,8 @@ void NoteSystemInfo(Bundle& bundle, const Text& text, const Facts& facts)
         bundle.Note(entry, "neither its labels nor the order and shape of its fields are systeminfo's: the machine is not described");
         return;
     }
+    if (facts.systemInfo.fieldsLeftOut)
+        bundle.Note(entry, "only its first " + std::to_string(kMaxSystemInfoFields) + " lines of \"label: value\" were read");
     if (facts.systemInfo.language.empty())
         bundle.Note(entry, "its labels are in a language that the report's label table does not hold: the machine was read "
                            "by the order of systeminfo's fields and the shape of their values");

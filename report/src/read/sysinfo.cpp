@@ -10,9 +10,6 @@ namespace
 const SystemInfoField kFields[] = {SystemInfoField::HostName,   SystemInfoField::OsName,           SystemInfoField::OsVersion,
                                    SystemInfoField::SystemType, SystemInfoField::WindowsDirectory, SystemInfoField::SystemDirectory,
                                    SystemInfoField::BootDevice};
-// systeminfo prints some 30 fields; more lines than this of "label: value" are no systeminfo.
-const size_t kMaxFields = 256;
-
 // One "label: value" line; continuation lines of lists (processors, hotfixes) are indented.
 struct Field
 {
@@ -28,10 +25,10 @@ std::string NoBreakSpacesAsSpaces(std::string text)
     return text;
 }
 
-std::vector<Field> Fields(const Text& text)
+std::vector<Field> Fields(const Text& text, bool& leftOut)
 {
     std::vector<Field> fields;
-    for (size_t i = 0; i < text.lines.size() && fields.size() < kMaxFields; ++i)
+    for (size_t i = 0; i < text.lines.size(); ++i)
     {
         const std::string& line = text.lines[i];
         // No byte of a letter outside ASCII is a colon in any code page, so a label's colon
@@ -39,6 +36,11 @@ std::vector<Field> Fields(const Text& text)
         const size_t colon = line.find(':');
         if (line.empty() || line[0] == ' ' || line[0] == '\t' || colon == std::string::npos)
             continue;
+        if (fields.size() == kMaxSystemInfoFields)
+        {
+            leftOut = true;
+            break;
+        }
         fields.push_back({Trim(line.substr(0, colon)), Trim(NoBreakSpacesAsSpaces(line.substr(colon + 1))), i + 1});
     }
     return fields;
@@ -105,7 +107,7 @@ bool HasNonAscii(const std::string& text)
 class Reader
 {
 public:
-    Reader(const Text& text) : m_text(text), m_fields(Fields(text)) {}
+    Reader(const Text& text) : m_text(text), m_fields(Fields(text, m_info.fieldsLeftOut)) {}
 
     SystemInfo Read()
     {
@@ -193,9 +195,9 @@ private:
 
     static const size_t kNone = static_cast<size_t>(-1);
     const Text& m_text;
+    SystemInfo m_info; // before m_fields, whose reading sets fieldsLeftOut
     const std::vector<Field> m_fields;
     size_t m_version = kNone;
-    SystemInfo m_info;
 };
 } // namespace
 

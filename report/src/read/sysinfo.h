@@ -27,9 +27,13 @@ struct SystemInfo
     std::map<SystemInfoField, SystemInfoValue> values;
     std::string language; // of the labels recognised; "" when none is in the table
     bool labelsGarbled = false; // the language was recognised only through lost letters
+    bool fieldsLeftOut = false; // more "label: value" lines than a listing has (kMaxSystemInfoFields)
 
     const SystemInfoValue& Get(SystemInfoField field) const;
 };
+
+// systeminfo prints some 30 fields; lines past this many are no systeminfo's.
+const size_t kMaxSystemInfoFields = 256;
 
 SystemInfo ParseSystemInfo(const Text& text);
 // "10.0.19045" of "10.0.19045 N/A Build 19045" (and its translations); "" when absent.

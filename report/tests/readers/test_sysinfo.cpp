@@ -88,6 +88,17 @@ TEST(SystemInfo, NoBreakSpacesInValuesReadAsSpaces)
     EXPECT_EQ("Microsoft Windows 7 Entreprise N", info.Get(SystemInfoField::OsName).text);
 }
 
+TEST(SystemInfo, KeepsABoundedNumberOfFields)
+{
+    std::string listing = fixtures::SystemInfoOutput(Speech::Utf8);
+    for (size_t i = 0; i < kMaxSystemInfoFields; ++i)
+        listing += "More:   " + std::to_string(i) + "\r\n";
+    const SystemInfo info = ParseSystemInfo(Captured(listing));
+    EXPECT_TRUE(info.fieldsLeftOut);
+    EXPECT_EQ("SAMPLE-PC", info.Get(SystemInfoField::HostName).text);
+    EXPECT_FALSE(ParseSystemInfo(Captured(fixtures::SystemInfoOutput(Speech::Utf8))).fieldsLeftOut);
+}
+
 TEST(SystemInfoVersion, TheVersionPatternHoldsInEveryLanguage)
 {
     EXPECT_EQ("6.3.9600", VersionNumber("6.3.9600 Н/Д построение 9600"));
