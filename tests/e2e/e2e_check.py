@@ -141,7 +141,9 @@ if os.path.exists(archive):
             check(hotfix.startswith(b"__GENUS  ") and b"\x00" not in hotfix, "wmic_hotfix.log is plain text")
         if variant == "field-de":
             check(b"Bezeichner              {current}\r\r\n" in read("bcdedit_all.log"), "German bcdedit labels")
-            check(b"Ger\xef\xbf\xbdteoptionen\r\r\n" in read("bcdedit_all.log"), "a German title loses its umlaut")
+            check(b"Wiederaufnahme aus dem Ruhezustand\r\r\n" in read("bcdedit_all.log"), "German section titles")
+            check(b"recoveryenabled         Yes\r\r\n" in read("bcdedit_all.log"),
+                  "Yes and No in English, as real German bcdedit prints them")
         log = read("mpdiag.log").decode("utf-8")
         record = re.compile(r"^(\d\d:\d\d:\d\d( !!! | ! | - |   ).*)?$")
         lines = log.split("\r\n")

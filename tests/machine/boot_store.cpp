@@ -15,20 +15,38 @@ void Put(std::string& bytes, size_t offset, const void* data, size_t size)
     memcpy(&bytes[offset], data, size);
 }
 
-// The partition fields of a device record, from `base`: offset or partition id, then at
-// base + 24 the signature or disk id.
-void PutPartition(std::string& bytes, size_t base, const PartitionIdentity& partition)
+// A device as Windows writes it into an element after the options object's identifier: a
+// header (type, flags, the size of header and data, reserved), then the data of its type.
+std::string Device(DWORD type, DWORD flags, const std::string& data)
 {
-    if (partition.signature == 0xFFFFFFFF)
+    std::string bytes(16, '\0');
+    const DWORD size = static_cast<DWORD>(bytes.size() + data.size());
+    Put(bytes, 0, &type, sizeof type);
+    Put(bytes, 4, &flags, sizeof flags);
+    Put(bytes, 8, &size, sizeof size);
+    return bytes + data;
+}
+
+// A partition device: the partition (GPT: its identifier; MBR: its offset) and the disk (GPT:
+// its identifier; MBR: its signature), 16 bytes each, around the partition style (0 GPT, 1 MBR),
+// and 16 bytes of zeros: 72 bytes, as in the stores Windows writes.
+std::string PartitionDevice(const PartitionIdentity& partition)
+{
+    std::string data(56, '\0');
+    const bool gpt = partition.signature == 0xFFFFFFFF;
+    const DWORD style = gpt ? 0 : 1;
+    if (gpt)
     {
-        Put(bytes, base, &partition.partition, sizeof(GUID));
-        Put(bytes, base + 24, &partition.disk, sizeof(GUID));
+        Put(data, 0, &partition.partition, sizeof(GUID));
+        Put(data, 24, &partition.disk, sizeof(GUID));
     }
     else
     {
-        Put(bytes, base, &partition.offset, sizeof(LONGLONG));
-        Put(bytes, base + 24, &partition.signature, sizeof(DWORD));
+        Put(data, 0, &partition.offset, sizeof(LONGLONG));
+        Put(data, 24, &partition.signature, sizeof(DWORD));
     }
+    Put(data, 20, &style, sizeof style);
+    return Device(6, 0, data);
 }
 
 HKEY CreateKey(const wxString& path)
@@ -41,22 +59,26 @@ HKEY CreateKey(const wxString& path)
 
 std::string AppDeviceElement(const PartitionIdentity& partition, size_t size)
 {
-    std::string bytes(std::max<size_t>(size, 88), '\0');
-    const DWORD partitionDevice = 6;
-    Put(bytes, 16, &partitionDevice, sizeof partitionDevice);
-    PutPartition(bytes, 32, partition);
+    std::string bytes = std::string(16, '\0') + PartitionDevice(partition);
     bytes.resize(size);
     return bytes;
 }
 
 std::string OsDeviceElement(const PartitionIdentity& partition, const std::wstring& imagePath)
 {
-    std::string bytes(140 + (imagePath.size() + 1) * sizeof(wchar_t), '\0');
-    const DWORD ramdiskDevice = 3;
-    Put(bytes, 16, &ramdiskDevice, sizeof ramdiskDevice);
-    PutPartition(bytes, 84, partition);
-    Put(bytes, 140, imagePath.c_str(), imagePath.size() * sizeof(wchar_t));
-    return bytes;
+    // A block I/O device of kind 3 (ramdisk): its image file, a structure (version 1, its
+    // length, path type 5) followed by the device that holds the file and the file's path.
+    const std::string path(reinterpret_cast<const char*>(imagePath.c_str()), (imagePath.size() + 1) * sizeof(wchar_t));
+    const std::string parent = PartitionDevice(partition);
+    std::string file(12, '\0');
+    const DWORD version = 1, length = static_cast<DWORD>(file.size() + parent.size() + path.size()), pathType = 5;
+    Put(file, 0, &version, sizeof version);
+    Put(file, 4, &length, sizeof length);
+    Put(file, 8, &pathType, sizeof pathType);
+    std::string data(24, '\0');
+    const DWORD ramdisk = 3;
+    Put(data, 0, &ramdisk, sizeof ramdisk);
+    return std::string(16, '\0') + Device(0, 1, data + file + parent + path);
 }
 
 std::string MultiSz(const std::vector<std::wstring>& strings)

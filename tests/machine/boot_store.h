@@ -1,7 +1,7 @@
 #pragma once
 // A boot configuration store written into the registry, as HKLM\BCD00000000 shows the system's
-// store: objects with a type, and elements with their device records at the offsets the
-// system uses.
+// store: objects with a type, and elements with their devices in the layout Windows writes
+// (that of the real stores: an options object's identifier, a device header, its data).
 #include <wx/string.h>
 
 #include <windows.h>
@@ -22,10 +22,13 @@ struct PartitionIdentity
     GUID partition;
 };
 
-// An application device (element 11000001) of `size` bytes; the fields lie at bytes 32 and 56.
+// A partition device element (11000001) cut or padded to `size` bytes: the device at byte 16
+// (type 6), the partition's fields at bytes 32 and 56, its style (0 GPT, 1 MBR) at 52.
 std::string AppDeviceElement(const PartitionIdentity& partition, size_t size = 88);
-// A ramdisk OS device (element 21000001) naming `imagePath` (with its terminating zero) on the
-// partition; the fields lie at bytes 84 and 108, the path from byte 140.
+// A ramdisk device element (21000001) naming `imagePath` (with its terminating zero) on the
+// partition: the device at byte 16 (type 0, block I/O) of kind 3 (byte 32), its image file's
+// structure at 56 and the partition device holding it at 68, whose fields lie at bytes 84 and
+// 108 (style at 104); the path from byte 140.
 std::string OsDeviceElement(const PartitionIdentity& partition, const std::wstring& imagePath);
 // The bytes of a REG_MULTI_SZ value (MultiSzText's text).
 std::string MultiSz(const std::vector<std::wstring>& strings);

@@ -26,22 +26,18 @@ struct Element
 struct Section
 {
     const wchar_t* english;
-    const wchar_t* german;
+    const wchar_t* german; // null where no real German listing has shown the title
     std::vector<Element> elements;
 };
 
 const size_t kElementColumn = 24;
 
-std::wstring YesNo(bool value, Language language)
-{
-    if (language == Language::German)
-        return value ? L"Ja" : L"Nein";
-    return value ? L"Yes" : L"No";
-}
-
+// Real German bcdedit translates the titles of its main sections and "identifier"; the field
+// names and Yes/No stay English. A section whose German title no real listing has shown keeps
+// its English title (german is null).
 std::wstring Render(const Section& section, Language language)
 {
-    const std::wstring title = language == Language::German ? section.german : section.english;
+    const std::wstring title = language == Language::German && section.german ? section.german : section.english;
     std::wstring text = kCrLf + title + kCrLf + std::wstring(title.size(), L'-') + kCrLf;
     for (const Element& element : section.elements)
     {
@@ -58,8 +54,7 @@ std::vector<Section> Store(Language language)
     const std::wstring partition = L"partition=C:";
     const std::wstring ramdisk = std::wstring(L"ramdisk=[C:]") + sample::kRecoveryImage + L"," + sample::kRamdiskOptions;
     const std::wstring locale = language == Language::German ? sample::kGermanLocale : sample::kEnglishLocale;
-    const std::wstring yes = YesNo(true, language);
-    const std::wstring no = YesNo(false, language);
+    const std::wstring yes = L"Yes", no = L"No";
     return {
         {L"Windows Boot Manager",
          L"Windows-Start-Manager",
@@ -105,7 +100,7 @@ std::vector<Section> Store(Language language)
           {L"bootmenupolicy", {L"Standard"}},
           {L"winpe", {yes}}}},
         {L"Resume from Hibernate",
-         L"Fortsetzen nach Ruhezustand",
+         L"Wiederaufnahme aus dem Ruhezustand",
          {{L"identifier", {sample::kResume}},
           {L"device", {partition}},
           {L"path", {L"\\Windows\\system32\\winresume.exe"}},
@@ -127,27 +122,27 @@ std::vector<Section> Store(Language language)
           {L"locale", {locale}},
           {L"inherit", {L"{globalsettings}"}},
           {L"badmemoryaccess", {yes}}}},
-        {L"EMS Settings", L"EMS-Einstellungen", {{L"identifier", {L"{emssettings}"}}, {L"bootems", {no}}}},
-        {L"Debugger Settings", L"Debuggereinstellungen", {{L"identifier", {L"{dbgsettings}"}}, {L"debugtype", {L"Local"}}}},
-        {L"RAM Defects", L"RAM-Fehler", {{L"identifier", {L"{badmemory}"}}}},
+        {L"EMS Settings", nullptr, {{L"identifier", {L"{emssettings}"}}, {L"bootems", {no}}}},
+        {L"Debugger Settings", nullptr, {{L"identifier", {L"{dbgsettings}"}}, {L"debugtype", {L"Local"}}}},
+        {L"RAM Defects", nullptr, {{L"identifier", {L"{badmemory}"}}}},
         {L"Global Settings",
-         L"Globale Einstellungen",
+         nullptr,
          {{L"identifier", {L"{globalsettings}"}},
           {L"inherit", {L"{dbgsettings}", L"{emssettings}", L"{badmemory}"}}}},
         {L"Boot Loader Settings",
-         L"Startladeprogrammeinstellungen",
+         nullptr,
          {{L"identifier", {L"{bootloadersettings}"}}, {L"inherit", {L"{globalsettings}", L"{hypervisorsettings}"}}}},
         {L"Hypervisor Settings",
-         L"Hypervisoreinstellungen",
+         nullptr,
          {{L"identifier", {L"{hypervisorsettings}"}},
           {L"hypervisordebugtype", {L"Serial"}},
           {L"hypervisordebugport", {L"1"}},
           {L"hypervisorbaudrate", {L"115200"}}}},
         {L"Resume Loader Settings",
-         L"Einstellungen des Fortsetzungsladeprogramms",
+         nullptr,
          {{L"identifier", {L"{resumeloadersettings}"}}, {L"inherit", {L"{globalsettings}"}}}},
         {L"Device options",
-         L"Ger\u00e4teoptionen",
+         nullptr,
          {{L"identifier", {sample::kRamdiskOptions}},
           {L"description", {L"Windows Recovery"}},
           {L"ramdisksdidevice", {partition}},
