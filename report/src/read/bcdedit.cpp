@@ -97,13 +97,13 @@ bool HasNonAscii(const std::string& text)
     return false;
 }
 
-// A Windows boot loader by what it holds: the path of winload (winload.exe, winload.efi) or an
-// osdevice, which only loaders of Windows have.
+// A Windows boot loader by what it holds: the path of winload (winload.exe, winload.efi), an
+// osdevice, or "winpe Yes", which only loaders of Windows have.
 bool HoldsWindowsLoader(const BcdObject& object, const std::string& path)
 {
     const size_t slash = path.find_last_of('\\');
     return StartsWithNoCase(path.substr(slash == std::string::npos ? 0 : slash + 1), "winload") ||
-           object.osDevice.kind != BcdDevice::Kind::None;
+           object.osDevice.kind != BcdDevice::Kind::None || object.winPe == 1;
 }
 
 // The languages that the listing's labels show: a translated label names its language; English

@@ -53,3 +53,26 @@ TEST(Output, AWrongCommandLineExitsTwoWithUsage)
     EXPECT_NE(std::string::npos, err.find("usage: mpdiag-report ARCHIVE")) << err;
     EXPECT_EQ(2, RunReport("--frobnicate " + SampleZip(), out, &err));
 }
+
+TEST(Output, EachOutputSaysHowTheMachinesFactsWereRead)
+{
+    fixtures::Bundle bundle = fixtures::SampleBundle(fixtures::Speech::Unlisted);
+    const std::string zip = bundle.Write(fixtures::TempDir() + "/mpdiag.zip");
+    std::string json, text;
+    ASSERT_EQ(0, RunReport("--json " + zip, json));
+    const std::string file = fixtures::TempDir() + "/report.json";
+    fixtures::WriteFile(file, json);
+    const std::string check =
+        "python3 -c \"import json,sys; m=json.load(open(sys.argv[1]))['machine'];"
+        "assert m['how_read']=={'host':'position in the listing','os_name':'position in the listing',"
+        "'os_version':'shape of the value','build':'shape of the value','architecture':'shape of the value',"
+        "'windows_pe':'shape of the value'}, m;"
+        "assert m['updates']=='2' and m['labels_language']=='', m\" " + file;
+    EXPECT_EQ(0, std::system(check.c_str())) << json;
+    const std::string page = fixtures::TempDir() + "/report.html";
+    ASSERT_EQ(0, RunReport("--html " + page + " " + zip, text));
+    EXPECT_NE(std::string::npos, text.find("  Read by:     host, os_name: position in the listing; os_version, build, architecture, "
+                                           "windows_pe: shape of the value\n"))
+        << text;
+    EXPECT_NE(std::string::npos, fixtures::ReadFile(page).find("<td>Read by</td><td>host, os_name: position in the listing;"));
+}

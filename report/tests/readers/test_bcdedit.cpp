@@ -51,6 +51,8 @@ TEST(Bcdedit, SectionsAreKnownByWhatTheyHoldWhateverTheirTitles)
     EXPECT_TRUE(current->loader) << "its path is winload's";
     EXPECT_TRUE(store.Find(fixtures::kRecoveryLoader)->loader);
     EXPECT_FALSE(store.Find(fixtures::kRamdiskOptions)->loader);
+    const std::string winpe = "\r\nSection\r\n-------\r\nidentifier              {a}\r\nwinpe                   Yes\r\n";
+    EXPECT_TRUE(BootStoreFromBcdedit(Captured(winpe), "bcdedit_all.log").Find("{a}")->loader);
 }
 
 TEST(Bcdedit, TheLabelsLanguageIsNamedOnlyWhereTheLabelsShowIt)
