@@ -9,7 +9,10 @@ or UTF-16 for wmic, read by the collector as UTF-8) and "utf8" (the same text pr
 The report's JSON is compared with the facts of field_facts.tsv (transcribed from the samples'
 SOURCES.md). A fact is right when the report states it, unknown when the report says it does not
 know it, wrong when the report states something else. A fact the sample does not hold (NA) is
-right when the report leaves it unknown. --list prints every fact that is not right.
+right when the report leaves it unknown. It also counts false alarms: warnings and errors about
+the boot configuration or the disks (the files these samples feed) that the sample's facts do not
+support (the only one they support is boot.recovery-disabled where the sample says recovery is
+disabled; boot.configuration-missing is right for an archive without the store, and not counted). --list prints every fact that is not right and every false alarm.
 
 The script reads only the report's output, so the same run measures any build of the reader.
 """
@@ -179,6 +182,13 @@ def reported_facts(result, files):
     return facts
 
 
+def false_alarms(result, facts):
+    disabled = ("recovery_enabled", "no") in facts
+    return [f"{f['severity']} {f['id']}" for f in result["findings"]
+            if f["severity"] in ("error", "warning") and f["id"].startswith(("boot.", "disks."))
+            and f["id"] != "boot.configuration-missing" and not (disabled and f["id"] == "boot.recovery-disabled")]
+
+
 def expected_value(fact, value):
     if fact.endswith(".size"):
         return format_size(int(value))
@@ -209,13 +219,18 @@ def main():
     if not os.path.isdir(samples_dir):
         print(f"{samples_dir} is absent: nothing to count")
         sys.exit(77)
-    totals = {form: {"right": 0, "wrong": 0, "unknown": 0} for form in ("field", "utf8")}
+    totals = {form: {"right": 0, "wrong": 0, "unknown": 0, "false alarms": 0} for form in ("field", "utf8")}
     for sample, facts in load_facts().items():
         text = open(os.path.join(samples_dir, sample + ".txt"), encoding="utf-8").read()
         for form in ("field", "utf8"):
             files = archive_files(sample, text, form)
-            reported = reported_facts(run_report(exe, files), files)
-            counts = {"right": 0, "wrong": 0, "unknown": 0}
+            result = run_report(exe, files)
+            reported = reported_facts(result, files)
+            alarms = false_alarms(result, facts)
+            counts = {"right": 0, "wrong": 0, "unknown": 0, "false alarms": len(alarms)}
+            if listing:
+                for alarm in alarms:
+                    print(f"  {sample} [{form}] false alarm: {alarm}")
             for fact, value in facts:
                 got = reported.get(fact, "")
                 if value == "NA":
@@ -228,10 +243,12 @@ def main():
                     print(f"  {sample} [{form}] {fact}: {verdict} (report: {got!r}, sample: {value!r})")
             for verdict, n in counts.items():
                 totals[form][verdict] += n
-            print(f"{sample:32} {form:5}  right {counts['right']:2}  wrong {counts['wrong']:2}  unknown {counts['unknown']:2}")
+            print(f"{sample:32} {form:5}  right {counts['right']:2}  wrong {counts['wrong']:2}  unknown {counts['unknown']:2}"
+                  f"  false alarms {counts['false alarms']}")
     for form, counts in totals.items():
-        total = sum(counts.values())
-        print(f"total {form:5}: {counts['right']} right, {counts['wrong']} wrong, {counts['unknown']} unknown (of {total})")
+        total = counts["right"] + counts["wrong"] + counts["unknown"]
+        print(f"total {form:5}: {counts['right']} right, {counts['wrong']} wrong, {counts['unknown']} unknown (of {total});"
+              f" {counts['false alarms']} false alarms")
 
 
 if __name__ == "__main__":
