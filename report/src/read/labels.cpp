@@ -180,8 +180,18 @@ enum class Fit
     Garbled,
 };
 
+// Whether the label has an ASCII letter, which survives any code page.
+bool HasReadablePart(const std::u32string& label)
+{
+    for (char32_t c : label)
+        if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'))
+            return true;
+    return false;
+}
+
 // Exact: the same letters (ASCII letters in any case). Garbled: the text lost letters to the
-// code page (it holds U+FFFD) and what it kept agrees with the label.
+// code page (it holds U+FFFD) and what it kept agrees with the label; a label without an ASCII
+// letter keeps nothing to agree with (the lost letters of another language would fit it too).
 Fit Compare(const std::string& text, const char* label)
 {
     const std::u32string a = DecodeUtf8(Trim(text)), b = DecodeUtf8(label);
@@ -195,7 +205,7 @@ Fit Compare(const std::string& text, const char* label)
         if (i == a.size())
             return Fit::Exact;
     }
-    if (a.find(kLost) == std::u32string::npos)
+    if (a.find(kLost) == std::u32string::npos || !HasReadablePart(b))
         return Fit::None;
     return MatchPieces(a, 0, Pieces(b), 0) ? Fit::Garbled : Fit::None;
 }
