@@ -260,6 +260,17 @@ TEST(DriversMissingInRecoveryImage, HyperVAndSdHostControllersAreChecked)
         << "the Hyper-V SCSI controller has storvsc's INF";
 }
 
+TEST(DriversNotChecked, WhenNeitherTheImageNorSysteminfoNamesThePlatform)
+{
+    fixtures::Bundle bundle = Machine({Vmd()}, {}, "19041", "");
+    bundle.Remove("systeminfo.log");
+    const Report report = AnalyzeBundle(bundle);
+    EXPECT_EQ(Severity::Warning, Get(report, "drivers.not-checked").severity);
+    EXPECT_EQ(0u, CountFindings(report, "drivers.missing-in-recovery-image"));
+    EXPECT_EQ(0u, CountFindings(AnalyzeBundle(Machine({Vmd()}, {}, "19041", "")), "drivers.not-checked"))
+        << "systeminfo.log's platform stands in for the image's";
+}
+
 TEST(DriversNoDriverOnMachine, SaysOnlyThatWindowsReportsAProblemAndDisappearsWithoutDevicesTxt)
 {
     const Report report = AnalyzeBundle(fixtures::SampleBundle());

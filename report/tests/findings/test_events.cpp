@@ -54,6 +54,9 @@ TEST(EventsNtfs98, IsAnErrorOnlyWhenItReportsCorruption)
               EvidenceText(Get(corrupt, "events.disk-error")));
     EXPECT_EQ("", EventFindings(WithLog({{"Microsoft-Windows-Ntfs", 98, 2, Day(1), {{"DriveName", "C:"}, {"CorruptionActionState", "0"}}}})))
         << "state 0 says no action is needed";
+    EXPECT_EQ("events.disk-error 1\n",
+              EventFindings(WithLog({{"Microsoft-Windows-Ntfs", 98, 3, Day(1), {{"DriveName", "D:"}, {"CorruptionActionState", "1"}}}})))
+        << "at warning level too";
 }
 
 TEST(EventsDisk, PagingErrorsAndRetriesAreWarningsOnlyAtWarningLevelAndOnlyFromTheDisk)
@@ -130,6 +133,12 @@ TEST(EventsShapes, ARecordWithAnOversizedEventIdIsLeftOutWithANoteAndTheReportCo
                                    {"disk", 51, 3, Day(2)}});
     EXPECT_TRUE(HasNote(report, "System32/WinEvt/Logs/System.evtx", "left out")) << Summary(report);
     EXPECT_EQ("events.disk-warning 1\n", EventFindings(report));
+}
+
+TEST(EventsControllerError, IsTheDiskDriversControllerErrorAtErrorLevel)
+{
+    EXPECT_EQ("events.controller-error 1\n", EventFindings(WithLog({{"disk", 11, 2, Day(1), {{"", "\\Device\\Harddisk1\\DR1"}}}})));
+    EXPECT_EQ("", EventFindings(WithLog({{"disk", 11, 4, Day(1)}, {"Microsoft-Windows-Kernel-General", 11, 2, Day(1)}})));
 }
 
 TEST(EventsSystemLog, AnUnreadableLogIsNotedAndTheReportGoesOn)

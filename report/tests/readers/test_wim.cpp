@@ -84,3 +84,15 @@ TEST(DriverSearch, SectionsPassedOverAreKeptWithTheReason)
     EXPECT_EQ("for build 19041 and later; the image is build 17763", older.passedOver.at("PCI\\VEN_8086&DEV_467F").why);
     EXPECT_EQ(1u, Search(wim, 19041).ids.count("PCI\\VEN_8086&DEV_467F"));
 }
+
+TEST(WimImage, AServerImageIsNoWorkstation)
+{
+    WimImage image;
+    image.architecture = "x64";
+    image.productType = "ServerNT";
+    EXPECT_EQ(3u, TargetOf(image, "").productType);
+    image.productType = "LanmanNT";
+    EXPECT_EQ(2u, TargetOf(image, "").productType);
+    image.productType = "";
+    EXPECT_EQ(1u, TargetOf(image, "").productType) << "an image without one is Windows PE or RE";
+}
