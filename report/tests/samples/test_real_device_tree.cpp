@@ -62,13 +62,16 @@ TEST(RealDeviceTree, ItsDatesTellPresenceAndItsParentIdPrefixesLinkTheDisks)
     std::string enumPath;
     if (!ReadRealTree(list, enumPath))
         GTEST_SKIP() << kHive << " is not beside the checkout";
+    size_t found = 0;
     for (const Controller& controller : list.controllers)
         if (controller.ShortId() == "PCI\\VEN_1000&DEV_0054")
         {
+            ++found;
             // The hive's SCSI\Disk&Ven_VMware_&Prod_VMware_Virtual_S\5&1ec51bf7&0&000000 lies behind it.
             EXPECT_EQ("5&1ec51bf7&0", controller.parentIdPrefix);
             EXPECT_EQ("arrived 2020-04-19 09:08:55 UTC, at or after the machine's last start (ACPI_HAL\\PNP0C08 arrived "
                       "2020-04-19 09:08:52 UTC)",
                       controller.presenceWhy);
         }
+    EXPECT_EQ(1u, found) << "the LSI SAS 1068 controller";
 }
