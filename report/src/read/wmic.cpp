@@ -48,6 +48,8 @@ std::vector<Disk> ParseWmicDisks(const Text& text)
                 disk.partitions = value;
             else if (name == "status")
                 disk.status = value;
+            else if (name == "pnpdeviceid")
+                disk.pnpDeviceId = value;
         }
         disks.push_back(disk);
     }

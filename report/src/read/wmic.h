@@ -19,6 +19,7 @@ struct Disk
     uint64_t size = 0;
     std::string partitions;
     std::string status;
+    std::string pnpDeviceId; // "SCSI\DISK&VEN_...\5&1ec51bf7&0&000000"; "" when not listed
 
     bool Mbr() const { return !signature.empty() && signature != "0"; }
     uint32_t SignatureValue() const { return static_cast<uint32_t>(strtoul(signature.c_str(), nullptr, 10)); }
