@@ -80,13 +80,13 @@ TEST(Controllers, PresenceFollowsTheArrivalAndRemovalDatesAgainstTheLastStart)
 TEST(Controllers, StorageBeyondClassOneAndHyperVDevicesCount)
 {
     const ControllerList list = FromTree(fixtures::DeviceTree(
-        {{"PCI\\VEN_8086&DEV_9DC4&SUBSYS_00000000&REV_30\\3&11583659&0&F6", {"PCI\\VEN_8086&DEV_9DC4"}, {"PCI\\VEN_8086&CC_080501", "PCI\\CC_080501", "PCI\\CC_0805"}},
-         {"ACPI\\PNP0D40\\1", {"ACPI\\PNP0D40", "*PNP0D40"}, {}},
+        {{"PCI\\VEN_8086&DEV_9DC4&SUBSYS_00000000&REV_30\\3&11583659&0&F6", {"PCI\\VEN_8086&DEV_9DC4"}, {"PCI\\VEN_8086&CC_080501", "PCI\\CC_080501", "PCI\\CC_0805"}, ""},
+         {"ACPI\\PNP0D40\\1", {"ACPI\\PNP0D40", "*PNP0D40"}, {}, ""},
          {"PCI\\VEN_144D&DEV_A808&SUBSYS_A801144D&REV_00\\4&2b9a57a7&0&0008", {"PCI\\VEN_144D&DEV_A808"}, {"PCI\\CC_010802", "PCI\\CC_0108"}, "5&2b9a57a7&0"},
-         {"VMBUS\\{ba6163d9-04a1-4d29-b605-72e2ffb1dc7f}\\{f8b3781b-1e82-4818-a1c3-63d806ec15bb}", {"VMBUS\\{ba6163d9-04a1-4d29-b605-72e2ffb1dc7f}"}, {}},
-         {"VMBUS\\{f8615163-df3e-46c5-913f-f2d2f965ed0e}\\{b22f1bf5-12f6-480d-8f16-702ac7be5caa}", {"VMBUS\\{f8615163-df3e-46c5-913f-f2d2f965ed0e}"}, {}},
-         {"PCI\\VEN_8086&DEV_A36D&SUBSYS_86941043&REV_10\\3&11583659&0&A0", {"PCI\\VEN_8086&DEV_A36D"}, {"PCI\\CC_0C0330", "PCI\\CC_0C03"}},
-         {"VMBUS\\{f912ad6d-2b17-48ea-bd65-f927a61c7684}\\{d34b2567-b9b6-42b9-8778-0a4ec0b955bf}", {"VMBUS\\{f912ad6d-2b17-48ea-bd65-f927a61c7684}"}, {}}},
+         {"VMBUS\\{ba6163d9-04a1-4d29-b605-72e2ffb1dc7f}\\{f8b3781b-1e82-4818-a1c3-63d806ec15bb}", {"VMBUS\\{ba6163d9-04a1-4d29-b605-72e2ffb1dc7f}"}, {}, ""},
+         {"VMBUS\\{f8615163-df3e-46c5-913f-f2d2f965ed0e}\\{b22f1bf5-12f6-480d-8f16-702ac7be5caa}", {"VMBUS\\{f8615163-df3e-46c5-913f-f2d2f965ed0e}"}, {}, ""},
+         {"PCI\\VEN_8086&DEV_A36D&SUBSYS_86941043&REV_10\\3&11583659&0&A0", {"PCI\\VEN_8086&DEV_A36D"}, {"PCI\\CC_0C0330", "PCI\\CC_0C03"}, ""},
+         {"VMBUS\\{f912ad6d-2b17-48ea-bd65-f927a61c7684}\\{d34b2567-b9b6-42b9-8778-0a4ec0b955bf}", {"VMBUS\\{f912ad6d-2b17-48ea-bd65-f927a61c7684}"}, {}, ""}},
         0));
     std::vector<std::string> what;
     for (const Controller& controller : list.controllers)
@@ -113,8 +113,8 @@ TEST(Controllers, DevicesTxtIsReadUpToItsCapWithTheRestCounted)
 TEST(Controllers, MergingPairsEachProblemWithOneInstance)
 {
     const std::vector<std::string> ids = {"PCI\\VEN_8086&DEV_10D3&SUBSYS_07D015AD&REV_00", "PCI\\VEN_8086&DEV_10D3"};
-    const ControllerList tree = FromTree(fixtures::DeviceTree({{"PCI\\VEN_8086&DEV_10D3&SUBSYS_07D015AD&REV_00\\1", ids, {"PCI\\CC_020000"}},
-                                                               {"PCI\\VEN_8086&DEV_10D3&SUBSYS_07D015AD&REV_00\\2", ids, {"PCI\\CC_020000"}}},
+    const ControllerList tree = FromTree(fixtures::DeviceTree({{"PCI\\VEN_8086&DEV_10D3&SUBSYS_07D015AD&REV_00\\1", ids, {"PCI\\CC_020000"}, ""},
+                                                               {"PCI\\VEN_8086&DEV_10D3&SUBSYS_07D015AD&REV_00\\2", ids, {"PCI\\CC_020000"}, ""}},
                                                               0));
     const std::string devices = "Device 0:\r\n\tPCI\\VEN_8086&DEV_10D3&SUBSYS_07D015AD&REV_00\r\n\tPCI\\CC_020000\r\n";
     const std::vector<Controller> merged = MergeControllers(tree.controllers, ParseDevicesTxt(testing_support::DecodeSaved(devices), "devices.txt").controllers);

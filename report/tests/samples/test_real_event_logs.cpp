@@ -58,7 +58,9 @@ TEST(RealSystemLog, TheRulesFindExactlyTheThreePagingWarningsOfDisk)
             ++healthyNtfs;
         }
         if (record.provider == "cdrom")
+        {
             EXPECT_EQ(Trouble::None, Classify(record)) << "record " << record.record;
+        }
     }
     EXPECT_EQ((std::vector<uint64_t>{543, 876, 877}), trouble);
     EXPECT_EQ(7u, healthyNtfs);
