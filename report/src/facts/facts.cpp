@@ -151,21 +151,114 @@ void NoteWmicTable(Bundle& bundle, const std::string& entry, const Text& text, c
         bundle.Note(entry, "only its first " + std::to_string(kMaxWmicRows) + " rows were read");
 }
 
+void NoteLeftOut(Bundle& bundle, const std::string& entry, size_t leftOut)
+{
+    if (leftOut)
+        bundle.Note(entry, "lists " + std::to_string(leftOut) + " more storage and network controllers than the report reads (" +
+                               std::to_string(kControllerCap) + "); they were left out");
+}
+
+// The instance id of a disk's PNPDeviceID: its last part ("5&1ec51bf7&0&000000").
+std::string InstancePart(const std::string& pnpDeviceId)
+{
+    const size_t slash = pnpDeviceId.rfind('\\');
+    return slash == std::string::npos ? "" : AsciiLower(pnpDeviceId.substr(slash + 1));
+}
+
+// The controller whose children's instance ids begin with its ParentIdPrefix; -1 when none.
+int ControllerOf(const std::vector<Controller>& controllers, const Disk& disk)
+{
+    const std::string instance = InstancePart(disk.pnpDeviceId);
+    for (size_t i = 0; i < controllers.size() && !instance.empty(); ++i)
+    {
+        const std::string prefix = AsciiLower(controllers[i].parentIdPrefix) + "&";
+        if (prefix.size() > 1 && instance.compare(0, prefix.size(), prefix) == 0)
+            return static_cast<int>(i);
+    }
+    return -1;
+}
+
+// A controller with a disk that wmic lists is present.
+void PresentBehindDisks(Facts& facts)
+{
+    for (const Disk& disk : facts.disks)
+    {
+        const int controller = ControllerOf(facts.controllers, disk);
+        if (controller < 0)
+            continue;
+        Controller& found = facts.controllers[static_cast<size_t>(controller)];
+        found.presence = Presence::Present;
+        found.presenceWhy = facts.disksEntry + " line " + std::to_string(disk.line) + " lists disk " + disk.index + " behind it";
+    }
+}
+
+// The MBR disk the system starts from: the current loader's osdevice, else mpdiag.log's system
+// partition. A GPT disk cannot be told: wmic does not list disk GUIDs.
+bool SystemDiskSignature(const Facts& facts, uint32_t& signature, Clue& clue)
+{
+    const BcdObject* loader = nullptr;
+    RecoveryLoader(facts, &loader);
+    // Windows lies on the loader's osdevice; the device (where winload lies) stands in without one.
+    const bool os = loader && loader->osDevice.kind == BcdDevice::Kind::Partition;
+    const BcdDevice* device = !loader ? nullptr : os ? &loader->osDevice : &loader->device;
+    if (device && device->kind == BcdDevice::Kind::Partition && device->fromElement && device->partitionRead && !device->gpt)
+    {
+        signature = device->signature;
+        clue = {facts.store.entry, os ? loader->osDeviceWhere.line : loader->deviceWhere.line,
+                std::string("the current loader's ") + (os ? "osdevice" : "device") + ": " + device->Describe()};
+        return true;
+    }
+    if (facts.hint.known && !facts.hint.gpt)
+    {
+        signature = facts.hint.signature;
+        clue = {facts.logEntry, 0, "the system partition lies on the MBR disk whose signature the collector logged"};
+        return true;
+    }
+    return false;
+}
+
+void FindSystemDiskController(Facts& facts)
+{
+    uint32_t signature = 0;
+    Clue start;
+    if (!SystemDiskSignature(facts, signature, start))
+        return;
+    for (const Disk& disk : facts.disks)
+    {
+        if (!disk.Mbr() || disk.SignatureValue() != signature)
+            continue;
+        const int found = ControllerOf(facts.controllers, disk);
+        if (found < 0)
+            return;
+        std::rotate(facts.controllers.begin(), facts.controllers.begin() + found, facts.controllers.begin() + found + 1);
+        const Controller& controller = facts.controllers.front();
+        facts.systemDiskClues = {start,
+                                 {facts.disksEntry, disk.line, "disk " + disk.index + " has that signature; its PNPDeviceID is " + disk.pnpDeviceId},
+                                 {controller.entry, controller.line, controller.instance + " has ParentIdPrefix " + controller.parentIdPrefix}};
+        return;
+    }
+}
+
 void GatherControllers(Bundle& bundle, Facts& facts)
 {
-    std::vector<Controller> problems, tree;
+    ControllerList problems, tree;
     if (const Text* devices = bundle.Captured("devices.txt"))
     {
         facts.devicesEntry = bundle.StoredName("devices.txt");
         problems = ParseDevicesTxt(*devices, facts.devicesEntry);
+        NoteLeftOut(bundle, facts.devicesEntry, problems.leftOut);
     }
     if (const Text* enumExport = bundle.SystemText("enum.reg"))
     {
         facts.enumEntry = bundle.StoredName("enum.reg");
         size_t skipped = 0;
-        tree = ControllersFromEnum(ParseRegExport(*enumExport, skipped), facts.enumEntry);
+        tree = ControllersFromEnum(ParseRegExport(*enumExport, skipped), "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Enum",
+                                   facts.enumEntry);
+        NoteLeftOut(bundle, facts.enumEntry, tree.leftOut);
     }
-    facts.controllers = MergeControllers(tree, problems);
+    facts.controllers = MergeControllers(tree.controllers, problems.controllers);
+    PresentBehindDisks(facts);
+    FindSystemDiskController(facts);
 }
 } // namespace
 

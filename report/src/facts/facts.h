@@ -14,6 +14,14 @@
 
 namespace report
 {
+// A fact with where it can be checked: an archive entry and a line of it (0: no line).
+struct Clue
+{
+    std::string entry;
+    size_t line = 0;
+    std::string text;
+};
+
 struct Facts
 {
     bool extended = false;
@@ -43,8 +51,10 @@ struct Facts
     std::string updatesEntry;
     long updates = -1; // the updates wmic qfe lists; -1 when unknown
 
-    std::vector<Controller> controllers;
+    std::vector<Controller> controllers; // the system disk's controller first, when it is known
     std::string devicesEntry, enumEntry;
+    // How the system disk's controller was found (controllers[0]); empty when it was not.
+    std::vector<Clue> systemDiskClues;
 
     std::string Installed(SystemInfoField field) const { return systemInfo.Get(field).text; }
 };

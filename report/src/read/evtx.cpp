@@ -4,14 +4,20 @@
 
 #include <libevtx.h>
 
-#include <ctime>
-#include <regex>
+#include <algorithm>
+#include <cstring>
+#include <fstream>
 
 namespace report
 {
 namespace
 {
-const size_t kRecordCap = 2000000;
+// The file's layout (libyal's "Windows XML Event Log (EVTX) format"): a 4096-byte file header,
+// then chunks of 65536 bytes, each starting with the signature "ElfChnk\0".
+const size_t kFileHeaderSize = 4096;
+const size_t kChunkSize = 65536;
+const char kChunkSignature[8] = {'E', 'l', 'f', 'C', 'h', 'n', 'k', '\0'};
+const size_t kXmlCap = 1u << 20;
 
 struct EvtxFile
 {
@@ -43,7 +49,7 @@ std::string Utf8String(libevtx_record_t* record,
                        int (*get)(libevtx_record_t*, uint8_t*, size_t, libevtx_error_t**))
 {
     size_t length = 0;
-    if (size(record, &length, nullptr) != 1 || length == 0 || length > (1u << 20))
+    if (size(record, &length, nullptr) != 1 || length == 0 || length > kXmlCap)
         return "";
     std::string text(length, '\0');
     if (get(record, reinterpret_cast<uint8_t*>(&text[0]), length, nullptr) != 1)
@@ -52,25 +58,140 @@ std::string Utf8String(libevtx_record_t* record,
     return text;
 }
 
-// From the record's XML, for records whose values the library does not hand out one by one.
-bool FromXml(libevtx_record_t* handle, EventRecord& record)
+// The text between an element's start tag and its end, trimmed; false when the element is absent.
+bool ElementText(const std::string& xml, const std::string& element, std::string& text)
 {
-    const std::string xml = Utf8String(handle, libevtx_record_get_utf8_xml_string_size, libevtx_record_get_utf8_xml_string);
-    static const std::regex id(R"(<EventID[^>]*>\s*(\d+)\s*</EventID>)");
-    static const std::regex provider(R"re(<Provider\s[^>]*Name="([^"]*)")re");
-    static const std::regex level(R"(<Level>\s*(\d+)\s*</Level>)");
-    std::smatch match;
-    if (!std::regex_search(xml, match, id))
+    const size_t open = xml.find("<" + element);
+    const size_t close = open == std::string::npos ? open : xml.find('>', open);
+    const size_t end = close == std::string::npos ? close : xml.find('<', close);
+    if (end == std::string::npos)
         return false;
-    record.eventId = static_cast<uint32_t>(std::stoul(match.str(1)));
-    if (record.provider.empty() && std::regex_search(xml, match, provider))
-        record.provider = match.str(1);
-    if (record.level == 0 && std::regex_search(xml, match, level))
-        record.level = std::stoi(match.str(1));
+    text = Trim(xml.substr(close + 1, end - close - 1));
     return true;
 }
 
-bool ReadRecord(libevtx_record_t* handle, EventRecord& record)
+// An attribute's value within the tag [from, to); "" when absent.
+std::string Attribute(const std::string& xml, size_t from, size_t to, const std::string& name)
+{
+    const std::string key = name + "=\"";
+    for (size_t at = xml.find(key, from); at != std::string::npos && at < to; at = xml.find(key, at + 1))
+    {
+        if (at > from && xml[at - 1] != ' ' && xml[at - 1] != '\t' && xml[at - 1] != '\n')
+            continue;
+        const size_t end = xml.find('"', at + key.size());
+        if (end == std::string::npos || end > to)
+            return "";
+        return xml.substr(at + key.size(), end - at - key.size());
+    }
+    return "";
+}
+
+// A decimal number no larger than `most`; false for anything else (no digits, too many, too large).
+bool SmallNumber(const std::string& text, unsigned long most, unsigned long& value)
+{
+    if (text.empty() || text.size() > 10)
+        return false;
+    unsigned long long number = 0;
+    for (char c : text)
+    {
+        if (c < '0' || c > '9')
+            return false;
+        number = number * 10 + static_cast<unsigned>(c - '0');
+    }
+    if (number > most)
+        return false;
+    value = static_cast<unsigned long>(number);
+    return true;
+}
+
+std::string Unescape(const std::string& text)
+{
+    static const std::pair<const char*, char> kEntities[] = {{"&lt;", '<'}, {"&gt;", '>'}, {"&amp;", '&'}, {"&quot;", '"'}, {"&apos;", '\''}};
+    std::string out;
+    for (size_t i = 0; i < text.size(); ++i)
+    {
+        bool replaced = false;
+        if (text[i] == '&')
+            for (const auto& entity : kEntities)
+                if (text.compare(i, strlen(entity.first), entity.first) == 0)
+                {
+                    out.push_back(entity.second);
+                    i += strlen(entity.first) - 1;
+                    replaced = true;
+                    break;
+                }
+        if (!replaced)
+            out.push_back(text[i]);
+    }
+    return out;
+}
+
+// The <Data> items of the record's <EventData>, bounded in number and length.
+std::vector<EventData> ReadEventData(const std::string& xml)
+{
+    std::vector<EventData> data;
+    const size_t begin = xml.find("<EventData");
+    const size_t end = begin == std::string::npos ? begin : xml.find("</EventData>", begin);
+    if (end == std::string::npos)
+        return data;
+    for (size_t at = xml.find("<Data", begin); at != std::string::npos && at < end && data.size() < kEventDataCap;
+         at = xml.find("<Data", at + 1))
+    {
+        const char next = at + 5 < xml.size() ? xml[at + 5] : '\0';
+        if (next != ' ' && next != '>' && next != '/')
+            continue;
+        const size_t tagEnd = xml.find('>', at);
+        if (tagEnd == std::string::npos || tagEnd >= end)
+            break;
+        EventData item;
+        item.name = Attribute(xml, at, tagEnd, "Name");
+        if (xml[tagEnd - 1] != '/')
+        {
+            const size_t close = xml.find("</Data>", tagEnd);
+            if (close == std::string::npos || close > end)
+                break;
+            item.value = Unescape(xml.substr(tagEnd + 1, std::min(close - tagEnd - 1, kEventDataValueCap)));
+            at = close;
+        }
+        data.push_back(item);
+    }
+    return data;
+}
+
+enum class Fields
+{
+    Read,
+    Unreadable, // the library could not read the record
+    Bad,        // an event id or level that is no number Windows writes
+};
+
+// From the record's XML, for records whose values the library does not hand out one by one.
+Fields FromXml(const std::string& xml, EventRecord& record)
+{
+    std::string text;
+    unsigned long number = 0;
+    if (!ElementText(xml, "EventID", text))
+        return Fields::Unreadable;
+    if (!SmallNumber(text, 0xFFFF, number))
+        return Fields::Bad;
+    record.eventId = static_cast<uint32_t>(number);
+    if (record.provider.empty())
+    {
+        const size_t open = xml.find("<Provider");
+        const size_t close = open == std::string::npos ? open : xml.find('>', open);
+        if (close != std::string::npos)
+            record.provider = Attribute(xml, open, close, "Name");
+    }
+    if (record.level == 0 && ElementText(xml, "Level", text))
+    {
+        if (!SmallNumber(text, 0xFF, number))
+            return Fields::Bad;
+        record.level = static_cast<int>(number);
+    }
+    return Fields::Read;
+}
+
+Fields ReadRecord(libevtx_record_t* handle, const WantsEventData& wantsData, EventRecord& record)
 {
     libevtx_record_get_identifier(handle, &record.record, nullptr);
     libevtx_record_get_written_time(handle, &record.filetime, nullptr);
@@ -78,13 +199,49 @@ bool ReadRecord(libevtx_record_t* handle, EventRecord& record)
     if (libevtx_record_get_event_level(handle, &level, nullptr) == 1)
         record.level = level;
     record.provider = Utf8String(handle, libevtx_record_get_utf8_source_name_size, libevtx_record_get_utf8_source_name);
-    if (libevtx_record_get_event_identifier(handle, &record.eventId, nullptr) == 1 && !record.provider.empty())
-        return true;
-    return FromXml(handle, record);
+    std::string xml;
+    if (libevtx_record_get_event_identifier(handle, &record.eventId, nullptr) != 1 || record.provider.empty())
+    {
+        xml = Utf8String(handle, libevtx_record_get_utf8_xml_string_size, libevtx_record_get_utf8_xml_string);
+        const Fields fields = FromXml(xml, record);
+        if (fields != Fields::Read)
+            return fields;
+    }
+    if (wantsData && wantsData(record))
+    {
+        if (xml.empty())
+            xml = Utf8String(handle, libevtx_record_get_utf8_xml_string_size, libevtx_record_get_utf8_xml_string);
+        record.data = ReadEventData(xml);
+    }
+    return Fields::Read;
+}
+
+// Chunks that hold data but not the chunk signature: the library skips them, and their records
+// with them. Unused chunks are all zero.
+size_t DamagedChunks(const std::string& file)
+{
+    std::ifstream in(file, std::ios::binary);
+    std::string chunk(kChunkSize, '\0');
+    if (!in.read(&chunk[0], kFileHeaderSize) || chunk.compare(0, 8, std::string("ElfFile\0", 8)) != 0)
+        return 0;
+    size_t damaged = 0;
+    while (in.read(&chunk[0], kChunkSize))
+        if (memcmp(chunk.data(), kChunkSignature, sizeof kChunkSignature) != 0 &&
+            chunk.find_first_not_of('\0') != std::string::npos)
+            ++damaged;
+    return damaged;
 }
 } // namespace
 
-EventLog ReadEventLog(const std::string& file)
+const std::string* EventRecord::Data(const std::string& name) const
+{
+    for (const EventData& item : data)
+        if (item.name == name)
+            return &item.value;
+    return nullptr;
+}
+
+EventLog ReadEventLog(const std::string& file, const WantsEventData& wantsData)
 {
     EventLog log;
     EvtxFile evtx;
@@ -108,30 +265,23 @@ EventLog ReadEventLog(const std::string& file)
         log.problem = ErrorText(error);
         return log;
     }
+    log.capped = static_cast<size_t>(count) > kRecordCap;
     for (int i = 0; i < count && static_cast<size_t>(i) < kRecordCap; ++i)
     {
         libevtx_record_t* handle = nullptr;
         EventRecord record;
-        if (libevtx_file_get_record_by_index(evtx.file, i, &handle, nullptr) == 1 && ReadRecord(handle, record))
-            log.records.push_back(record);
+        const Fields fields = libevtx_file_get_record_by_index(evtx.file, i, &handle, nullptr) == 1
+                                  ? ReadRecord(handle, wantsData, record)
+                                  : Fields::Unreadable;
+        if (fields == Fields::Read)
+            log.records.push_back(std::move(record));
         else
-            ++log.unreadableRecords;
+            ++(fields == Fields::Bad ? log.badFields : log.unreadableRecords);
         if (handle)
             libevtx_record_free(&handle, nullptr);
     }
+    log.damagedChunks = DamagedChunks(file);
     log.read = true;
     return log;
-}
-
-std::string FormatFiletime(uint64_t filetime)
-{
-    if (filetime < 116444736000000000ull)
-        return "(no time)";
-    const time_t seconds = static_cast<time_t>((filetime - 116444736000000000ull) / 10000000ull);
-    struct tm utc;
-    gmtime_r(&seconds, &utc);
-    char text[32];
-    strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &utc);
-    return text;
 }
 } // namespace report

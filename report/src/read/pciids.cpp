@@ -6,28 +6,52 @@
 
 namespace report
 {
-std::string PciName(const std::string& pciIdsFile, const std::string& vendor, const std::string& device)
+namespace
 {
+bool HexId(const std::string& line, size_t from)
+{
+    if (line.size() < from + 6)
+        return false;
+    for (size_t i = from; i < from + 4; ++i)
+        if (!isxdigit(static_cast<unsigned char>(line[i])))
+            return false;
+    return line[from + 4] == ' ';
+}
+} // namespace
+
+PciNames::PciNames(const std::string& pciIdsFile)
+{
+    // "vvvv  Vendor", then "\tdddd  Device" lines, "\t\t" subsystems; the device classes follow
+    // from the first "C " line on.
     std::ifstream in(pciIdsFile);
-    std::string line, vendorName;
-    bool inVendor = false;
+    std::string line, vendor;
+    size_t read = 0;
     while (std::getline(in, line))
     {
+        read += line.size() + 1;
+        if (read > kPciIdsCap)
+            break;
         if (line.empty() || line[0] == '#')
             continue;
+        if (line.compare(0, 2, "C ") == 0)
+            break;
         if (line[0] != '\t')
         {
-            if (inVendor || line.compare(0, 2, "C ") == 0)
-                break; // past the vendor, or into the device classes
-            if (AsciiLower(line.substr(0, 4)) == vendor && line.size() > 6)
-            {
-                vendorName = Trim(line.substr(4));
-                inVendor = true;
-            }
+            vendor = HexId(line, 0) ? AsciiLower(line.substr(0, 4)) : "";
+            if (!vendor.empty())
+                m_vendors.emplace(vendor, Trim(line.substr(5)));
         }
-        else if (inVendor && line.size() > 7 && line[1] != '\t' && AsciiLower(line.substr(1, 4)) == device)
-            return vendorName + " " + Trim(line.substr(5));
+        else if (!vendor.empty() && line.size() > 1 && line[1] != '\t' && HexId(line, 1))
+            m_devices.emplace(vendor + AsciiLower(line.substr(1, 4)), Trim(line.substr(6)));
     }
-    return vendorName;
+}
+
+std::string PciNames::Name(const std::string& vendor, const std::string& device) const
+{
+    const auto named = m_vendors.find(AsciiLower(vendor));
+    if (named == m_vendors.end())
+        return "";
+    const auto model = m_devices.find(AsciiLower(vendor) + AsciiLower(device));
+    return model == m_devices.end() ? named->second : named->second + " " + model->second;
 }
 } // namespace report

@@ -1,9 +1,8 @@
 #include "read/wim.h"
 
-#include "read/inf.h"
-
 #include <wimlib.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -48,8 +47,25 @@ struct InfList
 {
     std::vector<std::string> paths;
     std::vector<std::string> skipped;
+    size_t elsewhere = 0;
     uint64_t total = 0;
 };
+
+// Where Plug and Play looks for drivers in an image: \Windows\INF\*.inf and
+// \Windows\System32\DriverStore\FileRepository\<package>\*.inf. Names compared as Windows
+// compares them, without regard to case.
+bool WherePnpLooks(const std::string& path)
+{
+    const std::string lower = AsciiLower(path);
+    static const std::string kInfFolder = "/windows/inf/";
+    static const std::string kStore = "/windows/system32/driverstore/filerepository/";
+    if (lower.compare(0, kInfFolder.size(), kInfFolder) == 0)
+        return lower.find('/', kInfFolder.size()) == std::string::npos;
+    if (lower.compare(0, kStore.size(), kStore) != 0)
+        return false;
+    const size_t package = lower.find('/', kStore.size());
+    return package != std::string::npos && package > kStore.size() && lower.find('/', package + 1) == std::string::npos;
+}
 
 int CollectInf(const wimlib_dir_entry* entry, void* context)
 {
@@ -58,6 +74,11 @@ int CollectInf(const wimlib_dir_entry* entry, void* context)
     if ((entry->attributes & WIMLIB_FILE_ATTRIBUTE_DIRECTORY) || path.size() < 4 ||
         AsciiLower(path.substr(path.size() - 4)) != ".inf")
         return 0;
+    if (!WherePnpLooks(path))
+    {
+        ++list->elsewhere;
+        return 0;
+    }
     const uint64_t size = entry->streams[0].resource.uncompressed_size;
     if (size > kInfCap || list->total + size > kInfTotalCap || list->paths.size() >= kInfCountCap ||
         path.find("/../") != std::string::npos)
@@ -68,6 +89,52 @@ int CollectInf(const wimlib_dir_entry* entry, void* context)
         list->total += size;
     }
     return 0;
+}
+
+unsigned Unsigned(const char* value)
+{
+    return value ? static_cast<unsigned>(strtoul(value, nullptr, 10)) : 0;
+}
+
+void Index(std::map<std::string, InfListing>& index, const InfSection& section, const InfListing& listing, DriverSearch& search)
+{
+    for (const std::string& id : section.ids)
+    {
+        if (index.size() >= kDriverIdCap && !index.count(id))
+        {
+            search.idCapHit = true;
+            return;
+        }
+        index.emplace(id, listing);
+    }
+}
+
+void ReadOneInf(const std::string& file, const std::string& path, DriverSearch& search)
+{
+    std::ifstream in(file, std::ios::binary);
+    std::stringstream bytes;
+    bytes << in.rdbuf();
+    Text text;
+    std::string problem;
+    if (!in || !DecodeSystemText(bytes.str(), text, problem))
+    {
+        search.skipped.push_back(path);
+        return;
+    }
+    const bool store = AsciiLower(path).find("/driverstore/") != std::string::npos;
+    ++(store ? search.driverStore : search.infFolder);
+    const InfDriver driver = ReadInf(text, search.target);
+    if (driver.cutLines)
+        search.cutLines.push_back(path);
+    if (!driver.notFunctionDriver.empty())
+    {
+        search.notFunction.push_back(path + " (" + driver.notFunctionDriver + ")");
+        return;
+    }
+    for (const InfSection& section : driver.chosen)
+        Index(search.ids, section, {path, section.name, ""}, search);
+    for (const InfPassedOver& passed : driver.passedOver)
+        Index(search.passedOver, passed.section, {path, passed.section.name, passed.why}, search);
 }
 } // namespace
 
@@ -102,6 +169,10 @@ WimInfo ReadWimInfo(const std::string& file)
         const char* build = wimlib_get_image_property(wim.get(), i, "WINDOWS/VERSION/BUILD");
         image.build = build ? build : "";
         image.architecture = ArchitectureName(wimlib_get_image_property(wim.get(), i, "WINDOWS/ARCH"));
+        image.major = Unsigned(wimlib_get_image_property(wim.get(), i, "WINDOWS/VERSION/MAJOR"));
+        image.minor = Unsigned(wimlib_get_image_property(wim.get(), i, "WINDOWS/VERSION/MINOR"));
+        const char* productType = wimlib_get_image_property(wim.get(), i, "WINDOWS/PRODUCTTYPE");
+        image.productType = productType ? productType : "";
         info.images.push_back(image);
     }
     info.valid = info.imageCount > 0;
@@ -110,10 +181,24 @@ WimInfo ReadWimInfo(const std::string& file)
     return info;
 }
 
-DriverSearch SearchDrivers(const std::string& file, int image, const std::string& architecture, TempFolder& temp)
+InfTarget TargetOf(const WimImage& image, const std::string& fallbackArchitecture)
+{
+    InfTarget target;
+    target.architecture = image.architecture.empty() ? fallbackArchitecture : image.architecture;
+    target.major = image.major;
+    target.minor = image.minor;
+    target.build = Unsigned(image.build.c_str());
+    // The names of ProductOptions' ProductType; without one the image is Windows PE or RE, a
+    // workstation product.
+    target.productType = EqualsNoCase(image.productType, "ServerNT") ? 3 : EqualsNoCase(image.productType, "LanmanNT") ? 2 : 1;
+    return target;
+}
+
+DriverSearch SearchDrivers(const std::string& file, int image, const InfTarget& target, TempFolder& temp)
 {
     DriverSearch search;
     search.image = image;
+    search.target = target;
     WimPtr wim = OpenWim(file, search.problem);
     if (!wim)
         return search;
@@ -124,33 +209,20 @@ DriverSearch SearchDrivers(const std::string& file, int image, const std::string
         std::vector<const char*> paths;
         for (const std::string& path : list.paths)
             paths.push_back(path.c_str());
-        const std::string target = temp.NewPath("-inf");
-        code = wimlib_extract_paths(wim.get(), image, target.c_str(), paths.data(), paths.size(),
+        const std::string folder = temp.NewPath("-inf");
+        code = wimlib_extract_paths(wim.get(), image, folder.c_str(), paths.data(), paths.size(),
                                     WIMLIB_EXTRACT_FLAG_NO_ACLS | WIMLIB_EXTRACT_FLAG_NO_ATTRIBUTES |
                                         WIMLIB_EXTRACT_FLAG_NORPFIX | WIMLIB_EXTRACT_FLAG_REPLACE_INVALID_FILENAMES);
         for (size_t i = 0; code == 0 && i < list.paths.size(); ++i)
-        {
-            std::ifstream in(target + list.paths[i], std::ios::binary);
-            std::stringstream bytes;
-            bytes << in.rdbuf();
-            Text text;
-            std::string problem;
-            if (!in || !DecodeSystemText(bytes.str(), text, problem))
-            {
-                list.skipped.push_back(list.paths[i]);
-                continue;
-            }
-            ++search.infFiles;
-            for (const std::string& id : InfHardwareIds(text, architecture))
-                search.ids.emplace(id, list.paths[i]);
-        }
+            ReadOneInf(folder + list.paths[i], list.paths[i], search);
     }
     if (code != 0)
     {
         search.problem = wimlib_get_error_string(static_cast<wimlib_error_code>(code));
         return search;
     }
-    search.skipped = list.skipped;
+    search.skipped.insert(search.skipped.end(), list.skipped.begin(), list.skipped.end());
+    search.elsewhere = list.elsewhere;
     search.done = true;
     return search;
 }

@@ -174,6 +174,7 @@ std::vector<Disk> DisksFromWmic(const WmicTable& table)
         disk.size = strtoull(size.c_str(), nullptr, 10);
         disk.partitions = table.Cell(row, "Partitions");
         disk.status = table.Cell(row, "Status");
+        disk.pnpDeviceId = table.Cell(row, "PNPDeviceID");
         for (const char* heading : {"Index", "DeviceID", "Model", "Signature", "Size", "Partitions", "Status"})
         {
             bool read = false;

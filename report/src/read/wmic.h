@@ -49,6 +49,7 @@ struct Disk
     bool sizeKnown = false;
     std::string partitions;
     std::string status;
+    std::string pnpDeviceId; // "SCSI\DISK&VEN_...\5&1ec51bf7&0&000000"; "" when not listed or not read
     std::vector<std::string> unread; // headings of the cells that could not be read
 
     bool Mbr() const { return signatureListed && !signature.empty() && signature != "0"; }
