@@ -28,7 +28,9 @@ TEST_P(RealBcdedit, ReadsTheLoaderAndItsRecoverySettings)
     EXPECT_EQ(Sample().Fact("recovery_sequence"), current->recoverySequence.front());
     EXPECT_EQ(Sample().Fact("labels"), store.language);
     if (Form() == SampleForm::Utf8)
+    {
         EXPECT_FALSE(store.labelsGarbled);
+    }
 }
 
 TEST_P(RealBcdedit, TheReportNamesTheLoaderAndRaisesOnlyWhatTheSampleShows)
