@@ -45,11 +45,3 @@ TEST(Output, AnHtmlFileThatCannotBeWrittenIsAnError)
     EXPECT_EQ(1, RunReport("--html /nonexistent-folder/report.html " + SampleZip(), out, &err));
     EXPECT_NE(std::string::npos, err.find("cannot write")) << err;
 }
-
-TEST(Output, AWrongCommandLineExitsTwoWithUsage)
-{
-    std::string out, err;
-    EXPECT_EQ(2, RunReport("", out, &err));
-    EXPECT_NE(std::string::npos, err.find("usage: mpdiag-report ARCHIVE")) << err;
-    EXPECT_EQ(2, RunReport("--frobnicate " + SampleZip(), out, &err));
-}
