@@ -232,7 +232,7 @@ void MapStore(const Facts& facts, BootChain& chain)
     if (manager == store.objects.end() || manager->defaultObject.empty())
     {
         steps[kCurrent].link = ChainState::Unknown;
-        steps[kCurrent].linkText = manager == store.objects.end() ? "" : "the boot manager names no default";
+        steps[kCurrent].linkText = manager == store.objects.end() ? "" : "no default in the boot manager";
     }
     else
         steps[kCurrent].linkText = manager->defaultObject == current->id ? "default" : "the default is " + manager->defaultObject;
@@ -312,7 +312,7 @@ std::string PartitionPlace::Label() const
 {
     if (offset >= 0)
         return "at " + FormatSize(static_cast<uint64_t>(offset));
-    return guid.empty() ? name : guid;
+    return guid.empty() ? "partition " + name : guid;
 }
 
 std::string DiskPlace::Title() const

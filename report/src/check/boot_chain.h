@@ -51,7 +51,7 @@ struct PartitionPlace
     std::string name;    // bcdedit's name of it: "C:", "\Device\HarddiskVolume1"
     std::vector<std::string> roles;
 
-    std::string Label() const; // "at 1 MiB", "{guid}", "C:"
+    std::string Label() const; // "at 1 MiB", "{guid}", "partition C:"
 };
 
 struct DiskPlace

@@ -4,6 +4,7 @@
 #include "read/boot_store.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <sstream>
 
@@ -17,10 +18,6 @@ namespace
 const double kWidth = 780;
 const double kChainWidth = 370, kBoxHeight = 78, kArrowHeight = 42, kTop = 30;
 const double kDiskX = 400, kDiskWidth = 380, kBarHeight = 26, kRow = 17;
-// A generous average advance of a character of a sans-serif font, in font sizes, so that a line
-// cut to its budget stays inside its box whatever the font; a wide (East Asian) character counts twice.
-const double kAdvance = 0.64;
-
 const char kInk[] = "#222", kGrey[] = "#666", kFaint[] = "#999";
 
 struct Colours
@@ -66,34 +63,65 @@ const char* StateWord(ChainState state)
     return "";
 }
 
-// Display width of UTF-8 text in character cells: a character from U+1100 on counts two.
-double Cells(const std::string& text, size_t end)
+// Advances of characters of a wide sans-serif font (DejaVu Sans, which Debian's browsers fall back
+// to), in font sizes, a little generous, so that a line cut to its budget stays inside its box
+// whatever the font; a monospace font's are all alike. A character from U+1100 on counts as two
+// capitals.
+double Advance(unsigned char c, bool monospace)
 {
-    double cells = 0;
-    for (size_t i = 0; i < end && i < text.size(); ++i)
-    {
-        const unsigned char c = static_cast<unsigned char>(text[i]);
+    if (monospace)
+        return 0.61;
+    if (c >= 0x80)
+        return 0.75;
+    if (std::string(" .,:;'|!ilIjtfr()[]\\/-").find(static_cast<char>(c)) != std::string::npos)
+        return 0.4;
+    if (std::string("mwMW@%").find(static_cast<char>(c)) != std::string::npos)
+        return 1.0;
+    return isupper(c) ? 0.78 : 0.65;
+}
+
+// How much wider a bold line is.
+const double kBold = 1.1;
+
+double CharacterWidth(unsigned char lead, bool monospace)
+{
+    return lead >= 0xE1 ? 2 * Advance('M', monospace) : Advance(lead, monospace);
+}
+
+// Width of UTF-8 text in font sizes.
+double Width(const std::string& text, bool monospace)
+{
+    double width = 0;
+    for (unsigned char c : text)
         if ((c & 0xC0) != 0x80)
-            cells += c >= 0xE1 ? 2 : 1;
-    }
-    return cells;
+            width += CharacterWidth(c, monospace);
+    return width;
 }
 
 // The text cut to what fits in `width` units at `size`, with an ellipsis where it was cut.
-std::string Fit(const std::string& text, double width, double size)
+std::string Fit(const std::string& text, double width, double size, bool monospace = false)
 {
-    const double budget = width / (size * kAdvance);
-    if (Cells(text, text.size()) <= budget)
+    const double budget = width / size;
+    if (Width(text, monospace) <= budget)
         return text;
-    size_t end = text.size();
-    while (end > 0 && Cells(text, end) > budget - 1)
-        --end;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
-        --end;
+    double used = 1; // the ellipsis
+    size_t end = 0;
+    for (size_t i = 0; i < text.size(); ++i)
+    {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        if ((c & 0xC0) == 0x80)
+            continue;
+        used += CharacterWidth(c, monospace);
+        if (used > budget)
+            break;
+        end = i + 1;
+        while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
+            ++end;
+    }
     return text.substr(0, end) + "\xE2\x80\xA6";
 }
 
-double TextWidth(const std::string& text, double size) { return Cells(text, text.size()) * size * kAdvance; }
+double TextWidth(const std::string& text, double size) { return Width(text, false) * size; }
 
 std::string Number(double value)
 {
@@ -107,17 +135,17 @@ class Svg
 public:
     std::ostringstream out;
 
-    void Text(double x, double y, double size, const std::string& text, const char* fill = kInk, const char* extra = "")
+    void Text(double x, double y, double size, const std::string& text, const char* fill = kInk, const std::string& extra = "")
     {
         out << "<text x=\"" << Number(x) << "\" y=\"" << Number(y) << "\" font-size=\"" << Number(size) << "\" fill=\"" << fill
             << "\"" << extra << ">" << Escaped(text) << "</text>\n";
     }
-    void Rect(double x, double y, double w, double h, const char* stroke, const char* fill, const char* extra = "")
+    void Rect(double x, double y, double w, double h, const char* stroke, const char* fill, const std::string& extra = "")
     {
         out << "<rect x=\"" << Number(x) << "\" y=\"" << Number(y) << "\" width=\"" << Number(w) << "\" height=\"" << Number(h)
             << "\" stroke=\"" << stroke << "\" fill=\"" << fill << "\"" << extra << "/>\n";
     }
-    void Line(double x1, double y1, double x2, double y2, const char* stroke, const char* extra = "")
+    void Line(double x1, double y1, double x2, double y2, const char* stroke, const std::string& extra = "")
     {
         out << "<line x1=\"" << Number(x1) << "\" y1=\"" << Number(y1) << "\" x2=\"" << Number(x2) << "\" y2=\"" << Number(y2)
             << "\" stroke=\"" << stroke << "\"" << extra << "/>\n";
@@ -155,8 +183,7 @@ void Arrow(Svg& svg, const ChainStep& step, double top)
         svg.Line(x - 7, middle - 7, x + 7, middle + 7, colour, " stroke-width=\"3\"");
         svg.Line(x - 7, middle + 7, x + 7, middle - 7, colour, " stroke-width=\"3\"");
     }
-    const std::string words = step.link == ChainState::Unknown ? (step.linkText.empty() ? "unknown" : step.linkText + " (effect unknown)")
-                                                               : step.linkText;
+    const std::string words = step.link == ChainState::Unknown && step.linkText.empty() ? "unknown" : step.linkText;
     const double textX = x + 18, width = kChainWidth - textX;
     if (judged)
     {
@@ -175,7 +202,7 @@ void Box(Svg& svg, const ChainStep& step, double top)
     const char* line = ok ? role.line : StateColour(step.state);
     svg.out << "<g>\n<title>" << Escaped(step.title + ": " + (ok ? "" : StateWords(step) + "; ") + StepFacts(step)) << "</title>\n";
     svg.Rect(1, top, kChainWidth - 2, kBoxHeight, line, ok ? role.fill : "#fff",
-             step.state == ChainState::Broken ? " stroke-width=\"3\" rx=\"6\"" : (std::string(" stroke-width=\"1.5\" rx=\"6\"") + Dashed(step.state)).c_str());
+             std::string(step.state == ChainState::Broken ? " stroke-width=\"3\"" : " stroke-width=\"1.5\"") + " rx=\"6\"" + Dashed(step.state));
     svg.Text(12, top + 19, 13, step.title, ok ? kInk : line, " font-weight=\"bold\"");
     svg.Text(kChainWidth - 12, top + 19, 11, StateWord(step.state), line, " font-weight=\"bold\" text-anchor=\"end\"");
     const double width = kChainWidth - 24;
@@ -184,7 +211,7 @@ void Box(Svg& svg, const ChainStep& step, double top)
         third = step.problem;
     else if (step.id.empty())
         second = step.detail, third.clear();
-    svg.Text(12, top + 37, 11, Fit(second, width, 11), ok ? kInk : kGrey, " font-family=\"monospace\"");
+    svg.Text(12, top + 37, 11, Fit(second, width, 11, !step.id.empty()), ok ? kInk : kGrey, step.id.empty() ? "" : " font-family=\"monospace\"");
     svg.Text(12, top + 53, 11, Fit(third, width, 11), ok ? kGrey : line);
     svg.Text(12, top + 69, 11, Fit(step.device, width, 11), ok ? kGrey : line);
     svg.out << "</g>\n";
@@ -250,7 +277,18 @@ void Bar(Svg& svg, const DiskPlace& disk, double y)
     }
 }
 
-// One line under the bar per partition, with a leader from where it starts.
+// A partition's roles as bold words in their colours.
+std::string RoleWords(const PartitionPlace& partition)
+{
+    std::string words;
+    for (size_t i = 0; i < partition.roles.size(); ++i)
+        words += "<tspan font-weight=\"bold\" fill=\"" + std::string(RoleColours(partition.roles[i]).line) + "\">" + (i ? ", " : " ") +
+                 Escaped(RoleTitle(partition.roles[i])) + "</tspan>";
+    return words;
+}
+
+// A line under the bar per partition, with a leader from where it starts; its roles after it, or
+// on a line of their own where they do not fit beside it.
 double PartitionRows(Svg& svg, const DiskPlace& disk, double y)
 {
     for (const PartitionPlace& partition : disk.partitions)
@@ -258,26 +296,51 @@ double PartitionRows(Svg& svg, const DiskPlace& disk, double y)
         y += kRow;
         const bool placed = Placed(disk, partition);
         const bool beyond = placed && static_cast<uint64_t>(partition.offset) >= disk.size;
-        std::string label = partition.Label() + (placed ? "" : partition.offset >= 0 ? " (not to scale)" : " (position unknown)");
-        if (beyond)
-            label += " (beyond the disk's end)";
-        label += ":";
+        std::string label = partition.Label() + (beyond ? " (beyond the disk's end)" : "") + " \xE2\x80\x93";
+        label = Fit(label, kDiskWidth, 11);
         std::string roles;
         for (const std::string& role : partition.roles)
             roles += (roles.empty() ? " " : ", ") + std::string(RoleTitle(role));
-        const double width = TextWidth(label + roles, 11);
+        const double labelWidth = TextWidth(label, 11), rolesWidth = TextWidth(roles, 11) * kBold;
+        const bool beside = labelWidth + rolesWidth <= kDiskWidth;
         const double anchor = placed ? PartitionX(disk, partition) : kDiskX;
-        const double x = std::max(kDiskX, std::min(anchor, kWidth - width));
+        const double x = std::max(kDiskX, std::min(anchor, kWidth - (beside ? labelWidth + rolesWidth : std::max(labelWidth, rolesWidth))));
         if (placed)
             svg.Line(anchor, y - kRow + 6, anchor, y - 10, kInk);
         svg.out << "<text x=\"" << Number(x) << "\" y=\"" << Number(y) << "\" font-size=\"11\" fill=\"" << (beyond ? "#b3261e" : kInk) << "\">"
-                << Escaped(label);
-        for (size_t i = 0; i < partition.roles.size(); ++i)
-            svg.out << "<tspan font-weight=\"bold\" fill=\"" << RoleColours(partition.roles[i]).line << "\">" << (i ? ", " : " ")
-                    << Escaped(RoleTitle(partition.roles[i])) << "</tspan>";
-        svg.out << "</text>\n";
+                << Escaped(label) << (beside ? RoleWords(partition) : "") << "</text>\n";
+        if (!beside)
+        {
+            y += kRow - 3;
+            svg.out << "<text x=\"" << Number(x) << "\" y=\"" << Number(y) << "\" font-size=\"11\">" << RoleWords(partition) << "</text>\n";
+        }
     }
     return y;
+}
+
+struct DiskLabel
+{
+    std::string text;
+    double size;
+    bool bold, monospace;
+};
+
+// The lines above a disk's bar: what it is, then what the listing says of it, or why nothing does.
+std::vector<DiskLabel> Header(const DiskPlace& disk)
+{
+    if (!disk.listed)
+        return {{disk.style + " disk, not listed \xC2\xB7 size unknown", 12, true, false},
+                {disk.identity, 11, false, true},
+                {disk.style == "GPT" ? "named by the boot configuration; wmic lists no GPT disk identifiers"
+                                     : "named by the boot configuration; no listed disk has this signature",
+                 11, false, false}};
+    std::string first = disk.Title(), second;
+    for (const std::string& part : {DiskStyle(disk), DiskSize(disk)})
+        first += part.empty() ? "" : " \xC2\xB7 " + part;
+    for (const std::string& part : {disk.model, PartitionsListed(disk), disk.status.empty() ? "" : "status " + disk.status})
+        if (!part.empty())
+            second += (second.empty() ? "" : " \xC2\xB7 ") + part;
+    return {{first, 12, true, false}, {second, 11, false, false}};
 }
 
 double DiskColumn(Svg& svg, const BootChain& chain)
@@ -291,20 +354,14 @@ double DiskColumn(Svg& svg, const BootChain& chain)
     }
     for (const DiskPlace& disk : chain.disks)
     {
-        std::string first = disk.Title() + " \xC2\xB7 " + disk.style + (disk.identity.empty() ? "" : " " + disk.identity) + " \xC2\xB7 " +
-                            (disk.size ? FormatSize(disk.size) : "size unknown");
-        std::string second = disk.model;
-        for (const std::string& part : {disk.partitionsListed.empty() ? "" : disk.partitionsListed + " partition" + (disk.partitionsListed == "1" ? "" : "s") + " listed",
-                                        disk.status.empty() ? "" : "status " + disk.status})
-            if (!part.empty())
-                second += (second.empty() ? "" : " \xC2\xB7 ") + part;
-        if (!disk.listed)
-            second = disk.style == "GPT" ? "named by the boot configuration; wmic lists no GPT disk identifiers"
-                                         : "named by the boot configuration; none of the listed disks has this signature";
-        svg.Text(kDiskX, y + 12, 12, Fit(first, kDiskWidth, 12), kInk, " font-weight=\"bold\"");
-        svg.Text(kDiskX, y + 27, 11, Fit(second, kDiskWidth, 11), kGrey);
-        Bar(svg, disk, y + 36);
-        y = PartitionRows(svg, disk, y + 36 + kBarHeight + 4) + 20;
+        for (const DiskLabel& line : Header(disk))
+        {
+            y += line.size + 3;
+            svg.Text(kDiskX, y, line.size, Fit(line.text, kDiskWidth / (line.bold ? kBold : 1), line.size, line.monospace),
+                     line.bold ? kInk : kGrey, line.bold ? " font-weight=\"bold\"" : line.monospace ? " font-family=\"monospace\"" : "");
+        }
+        Bar(svg, disk, y + 8);
+        y = PartitionRows(svg, disk, y + 8 + kBarHeight + 4) + 20;
     }
     if (!chain.unplaced.empty())
     {

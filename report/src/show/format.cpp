@@ -110,18 +110,28 @@ std::string StepLine(const BootChain& chain, const ChainStep& step, const std::s
     return text;
 }
 
+std::string DiskStyle(const DiskPlace& disk)
+{
+    return disk.listed ? disk.style + (disk.identity.empty() ? "" : " " + disk.identity) : "";
+}
+
+std::string DiskSize(const DiskPlace& disk) { return disk.size ? FormatSize(disk.size) : "size unknown"; }
+
+std::string PartitionsListed(const DiskPlace& disk)
+{
+    if (disk.partitionsListed.empty())
+        return "";
+    return disk.partitionsListed + (disk.partitionsListed == "1" ? " partition" : " partitions") + " listed";
+}
+
 std::string DiskLine(const DiskPlace& disk)
 {
-    std::string text = disk.Title() + ":";
-    if (!disk.model.empty())
-        text += " " + disk.model + ",";
-    text += " " + disk.style + (disk.identity.empty() ? "" : " " + disk.identity) + ", ";
-    text += disk.size ? FormatSize(disk.size) : "size unknown";
-    if (!disk.partitionsListed.empty())
-        text += ", " + disk.partitionsListed + (disk.partitionsListed == "1" ? " partition" : " partitions") + " listed";
-    if (!disk.status.empty())
-        text += ", status " + disk.status;
-    return text;
+    std::string text;
+    for (const std::string& part : {disk.model, DiskStyle(disk), DiskSize(disk), PartitionsListed(disk),
+                                    disk.status.empty() ? "" : "status " + disk.status})
+        if (!part.empty())
+            text += (text.empty() ? "" : ", ") + part;
+    return disk.Title() + ": " + text;
 }
 
 std::string PartitionLine(const PartitionPlace& partition)

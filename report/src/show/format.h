@@ -28,6 +28,12 @@ std::string LinkWords(const ChainStep& step);
 std::string StateWords(const ChainStep& step);
 // The arrow into a step (after `arrow`, none for the first step), its state and its facts, in one line.
 std::string StepLine(const BootChain& chain, const ChainStep& step, const std::string& arrow);
+// "MBR 0x5A3C9E01" of a listed disk; "" of one that only the store names (its title says it).
+std::string DiskStyle(const DiskPlace& disk);
+// "60 GiB" or "size unknown"
+std::string DiskSize(const DiskPlace& disk);
+// "3 partitions listed"; "" when the listing gives no count
+std::string PartitionsListed(const DiskPlace& disk);
 // "Disk 0: SAMPLE SATA SSD 60GB, MBR 0x5A3C9E01, 60 GiB, 1 partition listed, status OK"
 std::string DiskLine(const DiskPlace& disk);
 // "at 1 MiB (size unknown): Boot manager, Windows, Recovery image"

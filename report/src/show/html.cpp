@@ -20,10 +20,10 @@ const char kHead[] =
     ".error{border-color:#c0392b}.warning{border-color:#e0a800}.info{border-color:#3478c6}\n"
     ".sev{font-weight:bold;text-transform:uppercase;font-size:.8em;margin-right:.6em}\n"
     ".id{font-family:monospace;color:#666;font-size:.85em}\n"
-    "ul{margin:.3em 0}li{font-family:monospace;font-size:.9em;white-space:pre-wrap}\n"
+    "ul{margin:.3em 0}li{font-family:monospace;font-size:.9em;white-space:pre-wrap;overflow-wrap:anywhere}\n"
     ".advice{margin:.3em 0 0 0;font-style:italic}\n"
     "figure{margin:1em 0}figcaption{margin:.4em 0;font-weight:bold}\n"
-    ".steps td{font-size:.9em}.steps td:first-child{white-space:nowrap}\n"
+    ".steps td{font-size:.9em;overflow-wrap:anywhere}.steps td:first-child{width:10em}\n"
     "@media print{body{margin:0;max-width:none}.finding,figure{break-inside:avoid}}\n"
     "</style>";
 

@@ -45,7 +45,7 @@ TEST(BootChain, SampleMachineHoldsFromTheBootManagerToTheImage)
     EXPECT_EQ("BCD00000000.reg", chain.source);
     EXPECT_EQ(fixtures::kBootManager, StepOf(chain, "boot-manager").id);
     EXPECT_EQ(kLoader, StepOf(chain, "current-loader").id);
-    EXPECT_EQ("the boot manager names no default", StepOf(chain, "current-loader").linkText);
+    EXPECT_EQ("no default in the boot manager", StepOf(chain, "current-loader").linkText);
     EXPECT_EQ("disk 0 (MBR 0x5A3C9E01), partition at 1 MiB", StepOf(chain, "current-loader").device);
     EXPECT_EQ("recovery enabled", StepOf(chain, "recovery-sequence").linkText);
     EXPECT_EQ(kRecovery, StepOf(chain, "recovery-sequence").id);
@@ -54,7 +54,7 @@ TEST(BootChain, SampleMachineHoldsFromTheBootManagerToTheImage)
     EXPECT_EQ("\\Recovery\\WindowsRE\\Winre.wim", image.id);
     EXPECT_EQ("the collector found C:\\Recovery\\WindowsRE\\WinRE.wim", image.detail);
     EXPECT_EQ(nullptr, chain.First(ChainState::Broken));
-    EXPECT_EQ("The chain holds as far as the archive shows; not known: current loader (the boot manager names no default)", chain.Verdict());
+    EXPECT_EQ("The chain holds as far as the archive shows; not known: current loader (no default in the boot manager)", chain.Verdict());
 }
 
 TEST(BootChain, SampleMachinesDiskCarriesOnePartitionWithAllThreeRoles)
