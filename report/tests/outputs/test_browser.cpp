@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <cstdio>
 #include <map>
 #include <unistd.h>
 
@@ -33,13 +32,8 @@ std::map<std::string, Json> Probe(const std::vector<std::string>& files, std::st
     std::string command = "python3 '" + kProbe + "'";
     for (const std::string& file : files)
         command += " '" + file + "'";
-    FILE* pipe = popen((command + " 2>'" + errors + "'").c_str(), "r");
-    std::string out;
-    char buffer[65536];
-    size_t got;
-    while (pipe && (got = fread(buffer, 1, sizeof buffer, pipe)) > 0)
-        out.append(buffer, got);
-    const int status = pipe ? pclose(pipe) : -1;
+    int status = 0;
+    const std::string out = CommandOutput(command + " 2>'" + errors + "'", status);
     std::map<std::string, Json> results;
     for (size_t start = 0, end; (end = out.find('\n', start)) != std::string::npos; start = end + 1)
     {

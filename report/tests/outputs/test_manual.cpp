@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <dirent.h>
 #include <set>
 
 using testing_support::RunReport;
@@ -16,13 +14,9 @@ const std::string kManual = std::string(REPORT_SOURCE_DIR) + "/packaging/mpdiag-
 
 std::string Output(const std::string& command)
 {
-    FILE* pipe = popen(command.c_str(), "r");
-    std::string out;
-    char buffer[4096];
-    size_t got;
-    while (pipe && (got = fread(buffer, 1, sizeof buffer, pipe)) > 0)
-        out.append(buffer, got);
-    EXPECT_EQ(0, pipe ? pclose(pipe) : -1) << command;
+    int status = 0;
+    const std::string out = testing_support::CommandOutput(command, status);
+    EXPECT_EQ(0, status) << command;
     return out;
 }
 
