@@ -126,7 +126,7 @@ void Place(BootChain& chain, const BcdDevice& device, const char* role)
         if (device.gpt)
             wanted.guid = "{" + device.partitionGuid + "}";
         else
-            wanted.offset = device.offset;
+            wanted.offset = std::max<int64_t>(device.offset, -1); // a negative offset is no position
     }
     else if (!device.partitionText.empty())
         wanted.name = device.partitionText;
@@ -312,7 +312,9 @@ std::string PartitionPlace::Label() const
 {
     if (offset >= 0)
         return "at " + FormatSize(static_cast<uint64_t>(offset));
-    return guid.empty() ? "partition " + name : guid;
+    if (!guid.empty())
+        return guid;
+    return name.empty() ? "position unknown" : "partition " + name;
 }
 
 std::string DiskPlace::Title() const
