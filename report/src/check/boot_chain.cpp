@@ -190,7 +190,9 @@ void MapImage(const Facts& facts, const BcdObject& recovery, BootChain& chain)
     const std::string found = Found(facts);
     if (device.kind != BcdDevice::Kind::Ramdisk)
     {
-        image.linkText = "no ramdisk";
+        // Whether that stops the chain is for the findings to say.
+        image.link = ChainState::Unknown;
+        image.linkText = "not read as a ramdisk";
         image.detail = "the recovery loader's device: " + Whereabouts(chain, device) + "; " + found;
         image.state = ChainState::Unknown;
         return;
