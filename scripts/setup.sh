@@ -24,8 +24,17 @@ packages=(cmake make g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
           pci.ids
           # console cell widths of letters (wmic's columns)
           libunistring-dev
+          # its JSON and its command line (header-only libraries)
+          nlohmann-json3-dev
+          libcli11-dev
           # the real samples' hives are xz-compressed
           xz-utils
+          # its pages seen in a real browser, headless, and the font they are measured in
+          chromium
+          fonts-dejavu-core
+          # its manual page, formatted by its test; objdump, which reads the package's libraries
+          groff-base
+          binutils
 )
 missing=()
 for p in "${packages[@]}"; do

@@ -49,6 +49,7 @@ Report Analyze(const Archive& archive, const std::string& archivePath, const Opt
     CheckLogs(bundle, report);
     CheckEvents(facts, bundle, report);
     CheckCompleteness(facts, bundle, report);
+    report.bootChain = MapBootChain(facts, report.findings);
     report.notes = bundle.Notes();
     report.SortFindings();
     return report;

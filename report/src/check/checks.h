@@ -13,4 +13,6 @@ void CheckDisks(const Facts& facts, Report& report);
 void CheckLogs(Bundle& bundle, Report& report);
 void CheckEvents(const Facts& facts, Bundle& bundle, Report& report);
 void CheckCompleteness(const Facts& facts, Bundle& bundle, Report& report);
+// Not a check: the boot chain and the disks as the findings judged them, for the drawing.
+BootChain MapBootChain(const Facts& facts, const std::vector<Finding>& findings);
 } // namespace report

@@ -1,5 +1,6 @@
 #pragma once
 // What the report says: the machine, the collection, and the findings with their evidence.
+#include "check/boot_chain.h"
 #include "facts/bundle.h"
 
 #include <string>
@@ -57,6 +58,7 @@ struct Report
     MachineSummary machine;
     std::vector<FileNote> notes;
     std::vector<Finding> findings;
+    BootChain bootChain;
 
     Finding& Add(const std::string& id, Severity severity, const std::string& title, const std::string& advice);
     // Most severe first; within a severity, in the order the checks made them.

@@ -1,76 +1,126 @@
+// The report as JSON, written through nlohmann-json: field names are kept, fields only added.
 #include "show/format.h"
 #include "show/render.h"
 
-#include <cstdio>
-#include <sstream>
+#include <nlohmann/json.hpp>
 
 namespace report
 {
 namespace
 {
-std::string JsonString(const std::string& text)
+using Json = nlohmann::ordered_json;
+
+Json MachineJson(const MachineSummary& m)
 {
-    std::string out = "\"";
-    for (unsigned char c : text)
+    Json howRead = Json::object();
+    for (const auto& fact : m.howRead)
+        howRead[fact.first] = fact.second;
+    return {{"host", m.hostName},         {"os_name", m.osName},         {"os_version", m.osVersion},
+            {"build", m.build},           {"architecture", m.architecture}, {"windows_pe", m.windowsPe},
+            {"labels_language", m.labelsLanguage}, {"updates", m.updates}, {"how_read", howRead}};
+}
+
+Json FindingJson(const Finding& f)
+{
+    Json finding = {{"id", f.id}, {"severity", SeverityName(f.severity)}};
+    if (!f.subject.empty())
+        finding["subject"] = f.subject;
+    finding["title"] = f.title;
+    Json evidence = Json::array();
+    for (const Evidence& e : f.evidence)
     {
-        switch (c)
-        {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        default:
-            if (c < 0x20)
-            {
-                char escaped[8];
-                snprintf(escaped, sizeof escaped, "\\u%04x", c);
-                out += escaped;
-            }
-            else
-                out.push_back(static_cast<char>(c));
-        }
+        Json item = {{"entry", e.entry}};
+        if (e.line)
+            item["line"] = e.line;
+        item["text"] = e.text;
+        evidence.push_back(item);
     }
-    return out + "\"";
+    finding["evidence"] = evidence;
+    finding["advice"] = f.advice;
+    return finding;
+}
+
+Json StepJson(const ChainStep& step, bool first)
+{
+    Json json = {{"step", step.role},        {"title", step.title},   {"state", ChainStateName(step.state)},
+                 {"id", step.id},            {"description", step.description}, {"device", step.device},
+                 {"detail", step.detail},    {"problem", step.problem}, {"finding", step.findingId},
+                 {"entry", step.entry},      {"line", step.line}};
+    if (!first)
+        json["link"] = {{"state", ChainStateName(step.link)}, {"text", step.linkText}, {"problem", step.linkProblem},
+                        {"finding", step.linkFindingId}};
+    return json;
+}
+
+Json PartitionsJson(const std::vector<PartitionPlace>& partitions)
+{
+    Json list = Json::array();
+    for (const PartitionPlace& p : partitions)
+        list.push_back({{"offset", p.offset >= 0 ? Json(p.offset) : Json(nullptr)}, {"guid", p.guid}, {"name", p.name},
+                        {"roles", p.roles}});
+    return list;
+}
+
+Json BootChainJson(const BootChain& chain)
+{
+    Json steps = Json::array();
+    for (const ChainStep& step : chain.steps)
+        steps.push_back(StepJson(step, &step == &chain.steps.front()));
+    Json disks = Json::array();
+    for (const DiskPlace& d : chain.disks)
+        disks.push_back({{"title", d.Title()},
+                         {"listed", d.listed},
+                         {"index", d.index},
+                         {"line", d.line},
+                         {"model", d.model},
+                         {"style", d.style},
+                         {"identity", d.identity},
+                         {"size", d.size ? Json(d.size) : Json(nullptr)},
+                         {"partitions_listed", d.partitionsListed},
+                         {"status", d.status},
+                         {"partitions", PartitionsJson(d.partitions)}});
+    return {{"source", chain.source},
+            {"verdict", chain.Verdict()},
+            {"steps", steps},
+            {"disks", disks},
+            {"unplaced_partitions", PartitionsJson(chain.unplaced)}};
+}
+
+// Text from the archive may hold bytes that are not UTF-8: they become U+FFFD, never an exception.
+std::string Dumped(const Json& json, bool oneLine)
+{
+    return json.dump(oneLine ? -1 : 2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 } // namespace
 
-std::string RenderJson(const Report& report)
+std::string RenderJson(const Report& report, bool oneLine)
 {
-    std::ostringstream out;
-    const MachineSummary& m = report.machine;
-    out << "{\n  \"archive\": " << JsonString(report.archive) << ",\n  \"run\": " << JsonString(report.run) << ",\n";
-    out << "  \"machine\": {\"host\": " << JsonString(m.hostName) << ", \"os_name\": " << JsonString(m.osName)
-        << ", \"os_version\": " << JsonString(m.osVersion) << ", \"build\": " << JsonString(m.build)
-        << ", \"architecture\": " << JsonString(m.architecture) << ", \"windows_pe\": " << JsonString(m.windowsPe)
-        << ", \"labels_language\": " << JsonString(m.labelsLanguage) << ", \"updates\": " << JsonString(m.updates)
-        << ",\n              \"how_read\": {";
-    for (size_t i = 0; i < m.howRead.size(); ++i)
-        out << (i ? ", " : "") << JsonString(m.howRead[i].first) << ": " << JsonString(m.howRead[i].second);
-    out << "}},\n";
-    out << "  \"files\": [";
-    for (size_t i = 0; i < report.notes.size(); ++i)
-        out << (i ? "," : "") << "\n    {\"entry\": " << JsonString(report.notes[i].entry)
-            << ", \"note\": " << JsonString(report.notes[i].text) << "}";
-    out << (report.notes.empty() ? "" : "\n  ") << "],\n  \"findings\": [";
-    for (size_t i = 0; i < report.findings.size(); ++i)
-    {
-        const Finding& f = report.findings[i];
-        out << (i ? "," : "") << "\n    {\"id\": " << JsonString(f.id) << ", \"severity\": " << JsonString(SeverityName(f.severity));
-        if (!f.subject.empty())
-            out << ", \"subject\": " << JsonString(f.subject);
-        out << ",\n     \"title\": " << JsonString(f.title) << ",\n     \"evidence\": [";
-        for (size_t k = 0; k < f.evidence.size(); ++k)
-        {
-            const Evidence& e = f.evidence[k];
-            out << (k ? ", " : "") << "{\"entry\": " << JsonString(e.entry);
-            if (e.line)
-                out << ", \"line\": " << e.line;
-            out << ", \"text\": " << JsonString(e.text) << "}";
-        }
-        out << "],\n     \"advice\": " << JsonString(f.advice) << "}";
-    }
-    out << (report.findings.empty() ? "" : "\n  ") << "]\n}\n";
-    return out.str();
+    Json files = Json::array();
+    for (const FileNote& note : report.notes)
+        files.push_back({{"entry", note.entry}, {"note", note.text}});
+    Json findings = Json::array();
+    for (const Finding& f : report.findings)
+        findings.push_back(FindingJson(f));
+    const Json json = {{"archive", report.archive},
+                       {"run", report.run},
+                       {"machine", MachineJson(report.machine)},
+                       {"files", files},
+                       {"findings", findings},
+                       {"boot_chain", BootChainJson(report.bootChain)}};
+    return Dumped(json, oneLine);
+}
+
+std::string RenderSummaryJson(const Report& report)
+{
+    const Finding* top = report.findings.empty() ? nullptr : &report.findings.front();
+    const Json json = {{"archive", report.archive},
+                       {"host", report.machine.hostName},
+                       {"system", SystemLine(report.machine)},
+                       {"errors", Count(report, Severity::Error)},
+                       {"warnings", Count(report, Severity::Warning)},
+                       {"notes", Count(report, Severity::Info)},
+                       {"most_severe", top ? top->id : ""},
+                       {"most_severe_severity", top ? SeverityName(top->severity) : ""}};
+    return Dumped(json, true);
 }
 } // namespace report

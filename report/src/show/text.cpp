@@ -1,11 +1,39 @@
 #include "show/format.h"
 #include "show/render.h"
 
+#include <algorithm>
 #include <cctype>
 #include <sstream>
 
 namespace report
 {
+namespace
+{
+std::string Padded(std::string text, size_t width)
+{
+    text.resize(std::max(text.size(), width), ' ');
+    return text;
+}
+
+void BootChainSection(const BootChain& chain, std::ostream& out)
+{
+    out << "\nBoot chain" << (chain.source.empty() ? "" : " (" + chain.source + ")") << "\n";
+    for (const ChainStep& step : chain.steps)
+        out << "  " << Padded(step.title, 19) << StepLine(chain, step, "<- ") << "\n";
+    out << "  " << chain.Verdict() << "\n";
+    for (const DiskPlace& disk : chain.disks)
+    {
+        out << "  " << DiskLine(disk) << "\n";
+        for (const PartitionPlace& partition : disk.partitions)
+            out << "    " << PartitionLine(partition) << "\n";
+    }
+    if (!chain.unplaced.empty())
+        out << "  Partitions on a disk the archive does not name:\n";
+    for (const PartitionPlace& partition : chain.unplaced)
+        out << "    " << PartitionLine(partition) << "\n";
+}
+} // namespace
+
 std::string RenderText(const Report& report)
 {
     std::ostringstream out;
@@ -28,6 +56,7 @@ std::string RenderText(const Report& report)
         for (const FileNote& note : report.notes)
             out << "  " << note.entry << ": " << note.text << "\n";
     }
+    BootChainSection(report.bootChain, out);
     out << "\nFindings (" << Counts(report) << ")\n";
     for (const Finding& finding : report.findings)
     {
@@ -43,5 +72,12 @@ std::string RenderText(const Report& report)
             out << "          > " << finding.advice << "\n";
     }
     return out.str();
+}
+
+std::string RenderSummary(const Report& report)
+{
+    const std::string top = report.findings.empty() ? "-" : report.findings.front().id;
+    return report.archive + "\t" + OrUnknown(report.machine.hostName) + "\t" + SystemLine(report.machine) + "\t" +
+           Counted(report, Severity::Error, "error") + "\t" + Counted(report, Severity::Warning, "warning") + "\t" + top + "\n";
 }
 } // namespace report

@@ -46,14 +46,6 @@ TEST(Output, AnHtmlFileThatCannotBeWrittenIsAnError)
     EXPECT_NE(std::string::npos, err.find("cannot write")) << err;
 }
 
-TEST(Output, AWrongCommandLineExitsTwoWithUsage)
-{
-    std::string out, err;
-    EXPECT_EQ(2, RunReport("", out, &err));
-    EXPECT_NE(std::string::npos, err.find("usage: mpdiag-report ARCHIVE")) << err;
-    EXPECT_EQ(2, RunReport("--frobnicate " + SampleZip(), out, &err));
-}
-
 TEST(Output, EachOutputSaysHowTheMachinesFactsWereRead)
 {
     fixtures::Bundle bundle = fixtures::SampleBundle(fixtures::Speech::Unlisted);
