@@ -259,7 +259,9 @@ void MapStore(const Facts& facts, BootChain& chain)
     if (!recovery || !recovery->loader)
     {
         loader.id = current->recoverySequence.front();
-        loader.detail = recovery ? "not a boot loader" : "not in the store";
+        // A listing of only some objects does not show that the store lacks it.
+        // A listing of only some objects does not show that the store lacks it.
+        loader.detail = recovery ? "not a boot loader" : store.listsAll ? "not in the store" : "not in the listing";
         return NotReached(steps, kImage);
     }
     Object(loader, *recovery, store.entry);
