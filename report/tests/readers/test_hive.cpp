@@ -4,6 +4,8 @@
 #include "read/boot_store.h"
 #include "read/hive.h"
 
+#include <hivex.h>
+
 #include <gtest/gtest.h>
 
 using namespace report;
@@ -31,4 +33,38 @@ TEST(ReadHive, RefusesAFileThatIsNoHive)
     std::string error;
     EXPECT_FALSE(ReadHive(file, "X", tree, error));
     EXPECT_NE(std::string::npos, error.find("not a registry hive")) << error;
+}
+
+TEST(ReadHive, KeysNestedDeeperThanItsBoundAreLeftOutAndNamed)
+{
+    const std::string file = fixtures::TempDir() + "/deep.hiv";
+    fixtures::WriteFile(file, fixtures::Hive());
+    hive_h* hive = hivex_open(file.c_str(), HIVEX_OPEN_WRITE);
+    ASSERT_NE(nullptr, hive);
+    hive_node_h node = hivex_root(hive);
+    for (int depth = 1; depth <= kMaxHiveDepth + 6; ++depth)
+        ASSERT_NE(0u, node = hivex_node_add_child(hive, node, "k"));
+    ASSERT_EQ(0, hivex_commit(hive, nullptr, 0));
+    hivex_close(hive);
+
+    RegTree tree;
+    std::string error;
+    ASSERT_TRUE(ReadHive(file, "R", tree, error)) << error;
+    std::string path = "R";
+    for (int depth = 1; depth <= kMaxHiveDepth; ++depth)
+        path += "\\k";
+    EXPECT_NE(nullptr, tree.Key(path));
+    EXPECT_EQ(nullptr, tree.Key(path + "\\k"));
+    EXPECT_EQ("keys nested deeper than 64 levels were left out", tree.LeftOut());
+    EXPECT_NE(nullptr, tree.Key("R\\Objects")) << "the rest of the hive is read";
+}
+
+TEST(ReadHive, AHiveWithinItsBoundsLeavesNothingOut)
+{
+    const std::string file = fixtures::TempDir() + "/store.hiv";
+    fixtures::WriteFile(file, fixtures::Hive());
+    RegTree tree;
+    std::string error;
+    ASSERT_TRUE(ReadHive(file, "R", tree, error)) << error;
+    EXPECT_EQ("", tree.LeftOut());
 }
