@@ -4,14 +4,27 @@
 
 namespace report
 {
-Report Analyze(const Archive& archive, const std::string& archivePath, const Options& options)
+namespace
 {
-    Report report;
-    report.archive = archivePath;
-    Bundle bundle(archive);
-    const Facts facts = Gather(bundle);
-    report.run = facts.extended ? "extended" : "normal";
-    MachineSummary& machine = report.machine;
+// Runs one family of checks; when it stops on what it was given, its findings so far are taken
+// back and the entry it reads is named in a note, and the other checks go on.
+template <typename Check>
+void RunCheck(Bundle& bundle, Report& report, const std::string& entry, const char* family, Check check)
+{
+    const size_t before = report.findings.size();
+    const bool done = bundle.Isolated(entry, std::string("could not be checked: the check of ") + family + " stopped", [&] {
+        check();
+        return true;
+    });
+    if (!done)
+        report.findings.resize(before);
+}
+
+std::string Either(const std::string& entry, const char* otherwise) { return entry.empty() ? otherwise : entry; }
+
+MachineSummary Machine(const Facts& facts)
+{
+    MachineSummary machine;
     machine.hostName = facts.Installed(SystemInfoField::HostName);
     machine.osName = facts.Installed(SystemInfoField::OsName);
     machine.osVersion = VersionNumber(facts.Installed(SystemInfoField::OsVersion));
@@ -19,14 +32,35 @@ Report Analyze(const Archive& archive, const std::string& archivePath, const Opt
     machine.architecture = Architecture(facts.Installed(SystemInfoField::SystemType));
     machine.windowsPe = facts.Installed(SystemInfoField::WindowsDirectory).empty() ? "unknown" : facts.windowsPe ? "yes" : "no";
     machine.labelsLanguage = facts.systemInfo.language;
+    return machine;
+}
+} // namespace
 
-    CheckRecoveryImage(facts, report);
-    CheckDrivers(facts, bundle, options, report);
-    CheckBootConfiguration(facts, report);
-    CheckDisks(facts, report);
-    CheckLogs(bundle, report);
-    CheckEvents(facts, bundle, report);
-    CheckCompleteness(facts, bundle, report);
+Report Analyze(const Archive& archive, const std::string& archivePath, const Options& options)
+{
+    Report report;
+    report.archive = archivePath;
+    Bundle bundle(archive);
+    if (archive.EntriesLeftOut())
+        bundle.Note(archivePath.substr(archivePath.rfind('/') + 1),
+                    "lists " + std::to_string(archive.EntriesLeftOut()) + " entries after the first " +
+                        std::to_string(archive.Entries().size() + archive.RejectedNames().size()) +
+                        " that this report looks at: they were left out");
+    const Facts facts = Gather(bundle);
+    report.run = facts.extended ? "extended" : "normal";
+    bundle.Isolated(Either(facts.systemInfoEntry, "systeminfo.log"), kReaderStopped, [&] {
+        report.machine = Machine(facts);
+        return true;
+    });
+
+    const std::string store = Either(facts.store.entry, "BCD00000000.reg");
+    RunCheck(bundle, report, store, "the recovery image", [&] { CheckRecoveryImage(facts, report); });
+    RunCheck(bundle, report, Either(facts.wimEntry, "devices.txt"), "the drivers", [&] { CheckDrivers(facts, bundle, options, report); });
+    RunCheck(bundle, report, store, "the boot configuration", [&] { CheckBootConfiguration(facts, report); });
+    RunCheck(bundle, report, Either(facts.disksEntry, "wmic_disks.log"), "the disks", [&] { CheckDisks(facts, report); });
+    RunCheck(bundle, report, "setupact.log", "the logs", [&] { CheckLogs(bundle, report); });
+    RunCheck(bundle, report, "System32/winevt/Logs/System.evtx", "the System event log", [&] { CheckEvents(facts, bundle, report); });
+    RunCheck(bundle, report, Either(facts.logEntry, "mpdiag.log"), "the collection", [&] { CheckCompleteness(facts, bundle, report); });
     report.notes = bundle.Notes();
     report.SortFindings();
     return report;
