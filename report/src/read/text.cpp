@@ -134,13 +134,13 @@ public:
     }
 
     size_t Count() const { return m_other + Sum(0, 0x80); }
-    size_t Zeros() const { return m_ascii[0]; }
+    size_t Zeros() const { return Of('\0'); }
     size_t Replacements() const { return m_replacements; }
     size_t Invalid() const { return m_invalid; }
     // The lines they make: one at each line feed, and one for what follows the last.
-    size_t Lines() const { return m_ascii['\n'] + (Count() && m_last != '\n'); }
+    size_t Lines() const { return Of('\n') + (Count() && m_last != '\n'); }
     // A text has almost no control characters (other than tab, CR and LF).
-    bool LooksBinary() const { return (Sum(0, 0x20) - m_ascii['\t'] - m_ascii['\r'] - m_ascii['\n']) * 10 > Count(); }
+    bool LooksBinary() const { return (Sum(0, 0x20) - Of('\t') - Of('\r') - Of('\n')) * 10 > Count(); }
     // The two U+FFFD that a UTF-16 byte-order mark becomes when read as UTF-8.
     bool LeadingPair() const { return m_first == 2 && m_firstTwo[0] == kReplacement && m_firstTwo[1] == kReplacement; }
     // UTF-16 without a byte-order mark: a zero beside most characters.
@@ -151,10 +151,11 @@ public:
     {
         if (!LeadingPair())
             return ZerosOfUtf16();
-        return Zeros() > 0 || m_ascii['\r'] + m_ascii['\n'] == Count() - 2;
+        return Zeros() > 0 || Of('\r') + Of('\n') == Count() - 2;
     }
 
 private:
+    size_t Of(char c) const { return m_ascii[static_cast<unsigned char>(c)]; }
     size_t Sum(size_t from, size_t to) const
     {
         size_t sum = 0;
