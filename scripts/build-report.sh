@@ -1,7 +1,15 @@
 #!/usr/bin/env bash
 # Set-up (packages) and the native build of mpdiag-report and its tests into build-report/.
+# --sanitize: the build with AddressSanitizer and UndefinedBehaviorSanitizer, and the fuzz targets,
+# with clang into build-report-sanitize/ instead.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 "$top/scripts/setup.sh" >/dev/null
+if [ "${1:-}" = --sanitize ]; then
+    CC=clang CXX=clang++ cmake -S "$top/report" -B "$top/build-report-sanitize" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+        -DMPDIAG_REPORT_FUZZ=ON >/dev/null
+    cmake --build "$top/build-report-sanitize" -j"$(nproc)"
+    exit 0
+fi
 cmake -S "$top/report" -B "$top/build-report" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build "$top/build-report" -j"$(nproc)"

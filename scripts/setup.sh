@@ -24,6 +24,9 @@ packages=(cmake make g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
           pci.ids
           # the real samples' hives are xz-compressed
           xz-utils
+          # the reader's sanitizer build and fuzz targets: clang with libFuzzer and the sanitizers' runtimes
+          clang
+          libclang-rt-14-dev
 )
 missing=()
 for p in "${packages[@]}"; do

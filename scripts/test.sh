@@ -9,4 +9,8 @@ ctest --output-on-failure || status=$?
 # mpdiag-report, natively; its end-to-end tests read the archives the tests above left in build/e2e.
 "$top/scripts/build-report.sh"
 ctest --test-dir "$top/build-report" --output-on-failure || status=$?
+# The reader again, built with AddressSanitizer and UndefinedBehaviorSanitizer: its tests, and
+# each fuzz target replaying its whole corpus once.
+"$top/scripts/build-report.sh" --sanitize
+ctest --test-dir "$top/build-report-sanitize" --output-on-failure || status=$?
 exit $status
