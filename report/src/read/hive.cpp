@@ -10,6 +10,16 @@ namespace report
 {
 namespace
 {
+// A value's type as the hive stores it: any 32-bit number, which need not be one of hive_type's
+// names (reading it as the enumeration would be undefined), so its bytes are copied.
+uint32_t RawType(const hive_type& type)
+{
+    static_assert(sizeof(hive_type) == sizeof(uint32_t), "hivex keeps a value's type in 32 bits");
+    uint32_t raw = 0;
+    memcpy(&raw, &type, sizeof raw);
+    return raw;
+}
+
 class HiveWalk
 {
 public:
@@ -74,7 +84,7 @@ private:
             if (name && data && !Take(strlen(name) + length))
                 m_stopped = true;
             else if (name && data)
-                key.values.push_back({name, static_cast<uint32_t>(type), std::string(data, length), 0});
+                key.values.push_back({name, RawType(type), std::string(data, length), 0});
             free(name);
             free(data);
         }

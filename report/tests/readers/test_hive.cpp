@@ -6,6 +6,8 @@
 
 #include <hivex.h>
 
+#include <cstring>
+
 #include <gtest/gtest.h>
 
 using namespace report;
@@ -67,4 +69,27 @@ TEST(ReadHive, AHiveWithinItsBoundsLeavesNothingOut)
     std::string error;
     ASSERT_TRUE(ReadHive(file, "R", tree, error)) << error;
     EXPECT_EQ("", tree.LeftOut());
+}
+
+TEST(ReadHive, KeepsAValueTypeThatHasNoNameAsItsNumber)
+{
+    const std::string file = fixtures::TempDir() + "/odd.hiv";
+    fixtures::WriteFile(file, fixtures::Hive());
+    hive_h* hive = hivex_open(file.c_str(), HIVEX_OPEN_WRITE);
+    ASSERT_NE(nullptr, hive);
+    char name[] = "Odd", data[] = "\x01\x02";
+    hive_set_value value = {name, hive_t_REG_NONE, 2, data};
+    const uint32_t type = 0xF6000003; // no hive_type has it: set through its bytes
+    memcpy(&value.t, &type, sizeof type);
+    ASSERT_EQ(0, hivex_node_set_values(hive, hivex_root(hive), 1, &value, 0));
+    ASSERT_EQ(0, hivex_commit(hive, nullptr, 0));
+    hivex_close(hive);
+
+    RegTree tree;
+    std::string error;
+    ASSERT_TRUE(ReadHive(file, "R", tree, error)) << error;
+    const RegValue* odd = tree.Key("R")->Value("Odd");
+    ASSERT_NE(nullptr, odd);
+    EXPECT_EQ(0xF6000003u, odd->type);
+    EXPECT_EQ("\x01\x02", odd->data);
 }
