@@ -17,6 +17,7 @@ work="$build/fuzz-work"
 shared=$(sed -n 's/^MPDIAG_SHARED_DIR:PATH=//p' "$build/CMakeCache.txt")
 collector=$(sed -n 's/^MPDIAG_COLLECTOR_BUILD:PATH=//p' "$build/CMakeCache.txt")
 targets=$(sed -n 's/^set(FUZZ_TARGETS \(.*\))$/\1/p' "$top/report/fuzz/CMakeLists.txt")
+export LSAN_OPTIONS="suppressions=$top/report/fuzz/lsan.supp${LSAN_OPTIONS:+:$LSAN_OPTIONS}"
 status=0
 printf '%-16s %12s %8s %8s %8s  %s\n' target executions cov ft corpus found
 for target in $targets; do

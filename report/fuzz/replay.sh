@@ -13,4 +13,5 @@ if [ ${#corpora[@]} -eq 0 ]; then
 fi
 printf 'replaying %s\n' "${corpora[@]}"
 # -runs=0: each input of the corpora once, no mutation; inputs up to 64 MiB whole.
+export LSAN_OPTIONS="suppressions=$here/lsan.supp${LSAN_OPTIONS:+:$LSAN_OPTIONS}"
 exec "$exe" -runs=0 -max_len=67108864 -timeout=60 -artifact_prefix="$work/" "${corpora[@]}"
