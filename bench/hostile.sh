@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Times mpdiag-report on hostile archives (bench/hostile_shapes.py): for each shape and each
 # program, the exit status, the elapsed time and the peak memory (GNU time's maximum resident set
-# size) of the whole report, and whether it names the damaged file in a note. Not a test: nothing
+# size) of the whole report, and how many notes on files it made. Not a test: nothing
 # passes or fails. A run is stopped after HOSTILE_TIMEOUT seconds (default 120), and its address
 # space is limited to HOSTILE_LIMIT_MB (default 8192: the machine is shared), so a run that needs
 # more ends there.
@@ -27,7 +27,9 @@ for shape in "${shapes[@]}"; do
         read -r seconds kilobytes < <(tail -1 "$work/time.txt" | sed 's/^Command.*//;s/^$/- -/')
         [ "$status" = 124 ] && status="timeout"
         notes=$(sed -n '/^Files read with a remark/,/^Findings/p' "$out" | grep -c '^  ' || true)
-        printf '%-34s %-44s %6s %9s %9s  %s\n' "$shape" "${exe: -44}" "$status" "$seconds" \
+        name=$exe
+        [ ${#name} -le 44 ] || name="...${name: -41}"
+        printf '%-34s %-44s %6s %9s %9s  %s\n' "$shape" "$name" "$status" "$seconds" \
             "$(( ${kilobytes:-0} / 1024 ))" "$notes note(s)$(grep -m1 -o 'mpdiag-report: .*' "$work/err.txt" | sed 's/^/; stderr: /' || true)"
     done
 done

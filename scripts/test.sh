@@ -10,7 +10,8 @@ ctest --output-on-failure || status=$?
 "$top/scripts/build-report.sh"
 ctest --test-dir "$top/build-report" --output-on-failure || status=$?
 # The reader again, built with AddressSanitizer and UndefinedBehaviorSanitizer: its tests, and
-# each fuzz target replaying its whole corpus once.
+# each fuzz target replaying its whole corpus once (the extended run without an image is left
+# out: it runs the collector under Wine again, and its archive is read above).
 "$top/scripts/build-report.sh" --sanitize
-ctest --test-dir "$top/build-report-sanitize" --output-on-failure || status=$?
+ctest --test-dir "$top/build-report-sanitize" --output-on-failure -E report_extended_without_image || status=$?
 exit $status
