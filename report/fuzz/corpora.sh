@@ -15,6 +15,6 @@ case $target in
         while IFS= read -r zip; do
             relative=${zip#"$collector/e2e/"}
             ln -s "$zip" "$links/${relative//\//-}"
-        done < <(find "$collector/e2e" -name prefix -prune -o -name mpdiag.zip -print 2>/dev/null | sort)
+        done < <(find "$collector/e2e" -name prefix -prune -o -name mpdiag.zip -type f -print 2>/dev/null | sort)
         present "$links" ;;
 esac
