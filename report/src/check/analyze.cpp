@@ -44,8 +44,7 @@ Report Analyze(const Archive& archive, const std::string& archivePath, const Opt
     if (archive.EntriesLeftOut())
         bundle.Note(archivePath.substr(archivePath.rfind('/') + 1),
                     "lists " + std::to_string(archive.EntriesLeftOut()) + " entries after the first " +
-                        std::to_string(archive.Entries().size() + archive.RejectedNames().size()) +
-                        " that this report looks at: they were left out");
+                        std::to_string(archive.EntriesLookedAt()) + " that this report looks at: they were left out");
     const Facts facts = Gather(bundle);
     report.run = facts.extended ? "extended" : "normal";
     bundle.Isolated(Either(facts.systemInfoEntry, "systeminfo.log"), kReaderStopped, [&] {

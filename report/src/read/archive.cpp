@@ -67,6 +67,7 @@ Archive::Archive(zip* archive, size_t maxEntries) : m_zip(archive)
             m_leftOut = static_cast<size_t>(count - i);
             break;
         }
+        ++m_lookedAt;
         zip_stat_t stat;
         zip_stat_init(&stat);
         if (zip_stat_index(m_zip, static_cast<zip_uint64_t>(i), 0, &stat) != 0 || !(stat.valid & ZIP_STAT_NAME))

@@ -36,8 +36,10 @@ public:
     const std::vector<ArchiveEntry>& Entries() const { return m_entries; }
     // Entries left out because their names climb out of the archive or are absolute.
     const std::vector<std::string>& RejectedNames() const { return m_rejected; }
-    // Entries left out because the archive lists more than the report looks at.
+    // Entries left out because the archive lists more than the report looks at (the first
+    // `maxEntries` it was opened with).
     size_t EntriesLeftOut() const { return m_leftOut; }
+    size_t EntriesLookedAt() const { return m_lookedAt; }
     // The entry of that name, ignoring case and the kind of separator; null when absent.
     const ArchiveEntry* Find(const std::string& name) const;
     // At most `cap` bytes; false, with the reason, when the entry is larger or cannot be read.
@@ -54,7 +56,7 @@ private:
     std::vector<ArchiveEntry> m_entries;
     std::map<std::string, size_t> m_index; // key → the first entry of that key
     std::vector<std::string> m_rejected;
-    size_t m_leftOut = 0;
+    size_t m_leftOut = 0, m_lookedAt = 0;
 };
 
 // A folder that only this user can enter, removed with all it holds when the object goes.
