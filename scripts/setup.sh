@@ -35,6 +35,9 @@ packages=(cmake make g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
           # its manual page, formatted by its test; objdump, which reads the package's libraries
           groff-base
           binutils
+          # the reader's sanitizer build and fuzz targets: clang with libFuzzer and the sanitizers' runtimes
+          clang
+          libclang-rt-14-dev
 )
 missing=()
 for p in "${packages[@]}"; do

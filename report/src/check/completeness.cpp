@@ -3,7 +3,7 @@
 #include "check/checks.h"
 
 #include <algorithm>
-#include <regex>
+#include <cctype>
 
 namespace report
 {
@@ -34,26 +34,72 @@ const Expected kExpected[] = {
     {"setuperr.log", Severity::Info, "Windows keeps no setuperr.log in its folder"},
 };
 
-// The working folder as the log names it, when a record holds its path.
-std::string WorkingFolder(const Facts& facts, size_t& line)
+// Where the collector worked, as its log names it: a space in it breaks the registry commands.
+struct WorkFolder
 {
-    static const std::regex folder(R"(([A-Za-z]:\\[^"]*\\MPDiag[0-9A-Fa-f]+))", std::regex::icase);
-    std::smatch match;
-    for (const LogRecord& record : facts.log)
-        if (std::regex_search(record.message, match, folder))
+    std::string path;
+    size_t line = 0;
+};
+
+// The last "\MPDiag<hex digits>" (a folder the collector makes; in any case) in the text from
+// `from` to `to`: where its backslash is and where it ends; false when there is none.
+bool LastWorkFolder(const std::string& text, size_t from, size_t to, size_t& at, size_t& end)
+{
+    const std::string lower = AsciiLower(text.substr(from, to - from));
+    for (size_t found = lower.rfind("\\mpdiag"); found != std::string::npos;
+         found = found ? lower.rfind("\\mpdiag", found - 1) : std::string::npos)
+    {
+        size_t stop = found + 7;
+        while (stop < lower.size() && isxdigit(static_cast<unsigned char>(lower[stop])))
+            ++stop;
+        if (stop > found + 7)
         {
-            line = record.line;
-            return match.str(1);
+            at = from + found;
+            end = from + stop;
+            return true;
         }
+    }
+    return false;
+}
+
+// The working folder as a message names it: a path from a drive's root down to the last
+// "\MPDiag<hex>" before any quote, e.g. C:\Users\Jo Smith\AppData\Local\Temp\MPDiag1a2b; ""
+// when there is none.
+std::string FolderIn(const std::string& message)
+{
+    // A quote ends a path: each stretch between quotes is searched on its own, once.
+    for (size_t start = 0; start <= message.size();)
+    {
+        size_t stop = message.find('"', start), folder = 0, end = 0;
+        if (stop == std::string::npos)
+            stop = message.size();
+        if (LastWorkFolder(message, start, stop, folder, end))
+            for (size_t root = start; root + 3 <= folder; ++root)
+                if (isalpha(static_cast<unsigned char>(message[root])) && message[root + 1] == ':' &&
+                    message[root + 2] == '\\')
+                    return message.substr(root, end - root);
+        start = stop + 1;
+    }
     return "";
 }
 
-void MissingFile(const Facts& facts, const Expected& expected, bool allRegistryMissing, Report& report)
+// The working folder as the log names it, when a record holds its path.
+WorkFolder WorkingFolder(const Facts& facts)
+{
+    for (const LogRecord& record : facts.log)
+    {
+        const std::string path = FolderIn(record.message);
+        if (!path.empty())
+            return {path, record.line};
+    }
+    return {};
+}
+
+void MissingFile(const Facts& facts, const Expected& expected, bool allRegistryMissing, const WorkFolder& folder,
+                 Report& report)
 {
     std::string reason = expected.reason;
     Severity severity = expected.severity;
-    size_t folderLine = 0;
-    const std::string folder = WorkingFolder(facts, folderLine);
     const bool isRegistry = std::find_if(std::begin(kRegistryFiles), std::end(kRegistryFiles), [&](const char* n) {
                                 return EqualsNoCase(n, expected.name);
                             }) != std::end(kRegistryFiles);
@@ -72,9 +118,9 @@ void MissingFile(const Facts& facts, const Expected& expected, bool allRegistryM
                                       : "");
     finding.subject = expected.name;
     finding.evidence.push_back({expected.name, 0, "not in the archive"});
-    if (isRegistry && allRegistryMissing && !folder.empty())
-        finding.evidence.push_back({facts.logEntry, folderLine, "working folder: " + folder +
-                                                                     (folder.find(' ') != std::string::npos ? " (holds a space)" : "")});
+    if (isRegistry && allRegistryMissing && !folder.path.empty())
+        finding.evidence.push_back({facts.logEntry, folder.line, "working folder: " + folder.path +
+                                                                     (folder.path.find(' ') != std::string::npos ? " (holds a space)" : "")});
     for (const LogRecord& record : facts.log)
         if (record.level <= LogLevel::Warning && AsciiLower(record.message).find(AsciiLower(expected.name)) != std::string::npos)
             finding.evidence.push_back({facts.logEntry, record.line, record.message});
@@ -86,9 +132,10 @@ void CheckCompleteness(const Facts& facts, Bundle& bundle, Report& report)
     bool allRegistryMissing = true;
     for (const char* name : kRegistryFiles)
         allRegistryMissing = allRegistryMissing && !bundle.Has(name);
+    const WorkFolder folder = allRegistryMissing ? WorkingFolder(facts) : WorkFolder();
     for (const Expected& expected : kExpected)
         if (!bundle.Has(expected.name))
-            MissingFile(facts, expected, allRegistryMissing, report);
+            MissingFile(facts, expected, allRegistryMissing, folder, report);
     if (facts.extended && !bundle.Has("System32/winevt/Logs/System.evtx"))
     {
         Finding& finding = report.Add("collection.missing-file", Severity::Warning,

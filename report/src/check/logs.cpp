@@ -4,24 +4,52 @@
 
 #include <algorithm>
 #include <map>
-#include <regex>
 
 namespace report
 {
 namespace
 {
+// Errors of one kind: how many, and the last of them (an index into the log's error lines).
 struct Group
 {
-    std::string key;
     size_t count = 0;
-    size_t lastLine = 0;
-    std::string lastText;
+    size_t last = 0;
 };
 
+bool IsHex(char c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f'); }
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+// The length of the run of characters from `pos` that `in` accepts.
+template <typename In>
+size_t Run(const std::string& text, size_t pos, In in)
+{
+    size_t end = pos;
+    while (end < text.size() && in(text[end]))
+        ++end;
+    return end - pos;
+}
+
+// The number a message starts with at `pos` ("0x" and hex digits, eight hex digits or more, or
+// decimal digits); its length, 0 when there is none.
+size_t NumberAt(const std::string& text, size_t pos)
+{
+    if (text.compare(pos, 2, "0x") == 0 && pos + 2 < text.size() && IsHex(text[pos + 2]))
+        return 2 + Run(text, pos + 2, IsHex);
+    const size_t hex = Run(text, pos, IsHex);
+    return hex >= 8 ? hex : Run(text, pos, IsDigit);
+}
+
+// The message with each number as "#", its first 120 bytes: what errors of one kind share.
 std::string Masked(const std::string& text)
 {
-    static const std::regex numbers(R"(0x[0-9A-Fa-f]+|[0-9A-Fa-f]{8,}|\d+)");
-    return std::regex_replace(text, numbers, "#").substr(0, 120);
+    std::string masked;
+    for (size_t pos = 0; pos < text.size() && masked.size() < 120;)
+    {
+        const size_t number = NumberAt(text, pos);
+        masked += number ? '#' : text[pos];
+        pos += number ? number : 1;
+    }
+    return masked.substr(0, 120);
 }
 
 void ReportErrors(const std::string& id, const std::string& entry, const std::vector<LogLine>& lines,
@@ -30,36 +58,43 @@ void ReportErrors(const std::string& id, const std::string& entry, const std::ve
     if (lines.empty())
         return;
     std::vector<Group> groups;
-    std::map<std::string, size_t> index;
-    for (const LogLine& line : lines)
+    std::map<std::string, size_t> index; // masked text → its group
+    for (size_t i = 0; i < lines.size(); ++i)
     {
-        const std::string key = Masked(line.text);
-        if (!index.count(key))
-        {
-            index[key] = groups.size();
-            groups.push_back({key, 0, 0, ""});
-        }
-        Group& group = groups[index[key]];
-        ++group.count;
-        group.lastLine = line.line;
-        group.lastText = line.text;
+        const size_t at = index.emplace(Masked(lines[i].text), groups.size()).first->second;
+        if (at == groups.size())
+            groups.emplace_back();
+        ++groups[at].count;
+        groups[at].last = i;
     }
     Finding& finding = report.Add(id, Severity::Warning,
                                   std::to_string(lines.size()) + " " + what + " in " + entry + " (" + std::to_string(groups.size()) +
                                       (groups.size() == 1 ? " kind)" : " kinds)"),
                                   advice);
     finding.subject = entry;
-    std::stable_sort(groups.begin(), groups.end(), [](const Group& a, const Group& b) { return a.lastLine > b.lastLine; });
+    std::sort(groups.begin(), groups.end(), [](const Group& a, const Group& b) { return a.last > b.last; });
     for (size_t i = 0; i < groups.size() && i < 5; ++i)
-        finding.evidence.push_back({entry, groups[i].lastLine, groups[i].lastText + "  (" + std::to_string(groups[i].count) + "×)"});
+    {
+        const LogLine& last = lines[groups[i].last];
+        finding.evidence.push_back({entry, last.line, last.text + "  (" + std::to_string(groups[i].count) + "×)"});
+    }
+}
+
+// The error lines of one log, read once; its text is dropped before the findings are made.
+std::vector<LogLine> ErrorLines(Bundle& bundle, const std::string& name, std::vector<LogLine> (*read)(const Text&))
+{
+    std::vector<LogLine> lines;
+    bundle.Isolated(name, kReaderStopped, [&] {
+        if (const auto text = bundle.SystemText(name))
+            lines = read(*text);
+        return true;
+    });
+    return lines;
 }
 
 void SetupLog(Bundle& bundle, const std::string& name, Report& report)
 {
-    const Text* text = bundle.SystemText(name);
-    if (!text)
-        return;
-    ReportErrors("logs.setup-errors", bundle.StoredName(name), SetupLogErrors(*text), "error lines",
+    ReportErrors("logs.setup-errors", bundle.StoredName(name), ErrorLines(bundle, name, SetupLogErrors), "error lines",
                  "Setup errors explain a failed installation or upgrade, which often leaves the recovery "
                  "environment out of date.",
                  report);
@@ -67,11 +102,8 @@ void SetupLog(Bundle& bundle, const std::string& name, Report& report)
 
 void ProductLog(Bundle& bundle, const std::string& name, Report& report)
 {
-    const Text* text = bundle.SystemText(name);
-    if (!text)
-        return;
-    ReportErrors("logs.product-errors", bundle.StoredName(name), ProductLogErrors(*text), "error records",
-                 "The product's own errors: look for the failing operation around the last ones.", report);
+    ReportErrors("logs.product-errors", bundle.StoredName(name), ErrorLines(bundle, name, ProductLogErrors),
+                 "error records", "The product's own errors: look for the failing operation around the last ones.", report);
 }
 } // namespace
 

@@ -8,33 +8,56 @@ std::string Bundle::StoredName(const std::string& name) const
     return entry ? entry->name : "";
 }
 
-const Text* Bundle::Decode(const std::string& name, bool captured)
+namespace
+{
+// What the bounds of decoding left out of a text, as notes; none when it was read whole.
+std::vector<std::string> BoundNotes(const Text& text)
+{
+    std::vector<std::string> notes;
+    if (text.cutLines)
+        notes.push_back(std::to_string(text.cutLines) + (text.cutLines == 1 ? " line longer than " : " lines longer than ") +
+                        std::to_string(kMaxLineBytes) + " bytes " + (text.cutLines == 1 ? "was" : "were") + " cut there");
+    if (text.linesLeftOut)
+        notes.push_back("holds more than " + std::to_string(kMaxLines) + " lines: the " + std::to_string(text.linesLeftOut) +
+                        " after them were left out");
+    return notes;
+}
+} // namespace
+
+std::unique_ptr<const Text> Bundle::Decode(const std::string& name, bool captured)
 {
     const ArchiveEntry* entry = m_archive.Find(name);
-    if (!entry || m_failed.count(entry->key))
+    if (!entry)
         return nullptr;
-    auto cached = m_texts.find(entry->key);
-    if (cached != m_texts.end())
-        return &cached->second;
-    std::string bytes, problem;
-    Text text;
-    if (!m_archive.Read(*entry, kTextCap, bytes, problem) ||
-        !(captured ? DecodeCapturedOutput(bytes, text, problem) : DecodeSystemText(bytes, text, problem)))
+    std::string problem;
+    auto text = std::make_unique<Text>();
     {
-        Note(entry->name, "could not be read: " + problem + "; left out of the report");
-        m_failed.insert(entry->key);
-        return nullptr;
+        std::string bytes;
+        if (!m_archive.Read(*entry, kTextCap, bytes, problem) ||
+            !(captured ? DecodeCapturedOutput(bytes, *text, problem) : DecodeSystemText(bytes, *text, problem)))
+        {
+            Note(entry->name, "could not be read: " + problem + "; left out of the report");
+            return nullptr;
+        }
     }
     if (!problem.empty())
         Note(entry->name, problem);
-    if (text.form == TextForm::Utf16ReadAsUtf8)
+    if (text->form == TextForm::Utf16ReadAsUtf8)
         Note(entry->name, std::string("UTF-16 output that the collector read as UTF-8; text recovered, ") +
-                              std::to_string(text.lostCharacters) + " characters lost in the collection");
-    else if (captured && text.lostCharacters)
-        Note(entry->name, std::to_string(text.lostCharacters) +
+                              std::to_string(text->lostCharacters) + " characters lost in the collection");
+    else if (captured && text->lostCharacters)
+        Note(entry->name, std::to_string(text->lostCharacters) +
                               " characters lost in the collection (output in the console's code page, read as "
                               "UTF-8; shown as U+FFFD)");
-    return &m_texts.emplace(entry->key, std::move(text)).first->second;
+    for (const std::string& note : BoundNotes(*text))
+        Note(entry->name, note);
+    return text;
+}
+
+void Bundle::NoteFailure(const std::string& name, const std::string& failed, const std::string& why)
+{
+    const std::string stored = StoredName(name);
+    Note(stored.empty() ? name : stored, failed + " (" + why + "); left out of the report");
 }
 
 std::string Bundle::Extract(const std::string& name, uint64_t cap)

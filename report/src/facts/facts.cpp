@@ -21,23 +21,32 @@ void NoteStoreProblems(Bundle& bundle, const BootStore& store)
         bundle.Note(store.entry, problem);
 }
 
+// Notes on what a reader of a registry file left out.
+void NoteTreeGaps(Bundle& bundle, const std::string& entry, const RegTree& tree, size_t skipped)
+{
+    if (skipped)
+        bundle.Note(entry, std::to_string(skipped) + " lines that are not registry export lines were left out");
+    if (!tree.LeftOut().empty())
+        bundle.Note(entry, tree.LeftOut());
+}
+
 bool ReadStoreFromRegistry(Bundle& bundle, Facts& facts)
 {
-    const Text* text = bundle.SystemText("BCD00000000.reg");
+    const auto text = bundle.SystemText("BCD00000000.reg");
     if (!text)
         return false;
     size_t skipped = 0;
-    BootStore store = BootStoreFromRegistry(ParseRegExport(*text, skipped), bundle.StoredName("BCD00000000.reg"));
-    if (skipped)
-        bundle.Note(store.entry, std::to_string(skipped) + " lines that are not registry export lines were left out");
+    const RegTree tree = ParseRegExport(*text, skipped);
+    BootStore store = BootStoreFromRegistry(tree, bundle.StoredName("BCD00000000.reg"));
+    NoteTreeGaps(bundle, store.entry, tree, skipped);
     NoteStoreProblems(bundle, store);
     if (store.objects.empty())
     {
         bundle.Note(store.entry, "holds no boot configuration objects");
         return false;
     }
-    facts.store = store;
-    facts.storeNote = "read from the registry export " + store.entry;
+    facts.store = std::move(store);
+    facts.storeNote = "read from the registry export " + facts.store.entry;
     return true;
 }
 
@@ -55,20 +64,21 @@ bool ReadStoreFromHive(Bundle& bundle, Facts& facts)
         return false;
     }
     BootStore store = BootStoreFromRegistry(tree, entry);
+    NoteTreeGaps(bundle, entry, tree, 0);
     NoteStoreProblems(bundle, store);
     if (store.objects.empty())
     {
         bundle.Note(entry, "holds no boot configuration objects");
         return false;
     }
-    facts.store = store;
+    facts.store = std::move(store);
     facts.storeNote = "read from the hive " + entry + " (BCD00000000.reg is missing or unreadable)";
     return true;
 }
 
 bool ReadStoreFromBcdedit(Bundle& bundle, Facts& facts)
 {
-    const Text* text = bundle.Captured("bcdedit_all.log");
+    const auto text = bundle.Captured("bcdedit_all.log");
     if (!text)
         return false;
     BootStore store = BootStoreFromBcdedit(*text, bundle.StoredName("bcdedit_all.log"));
@@ -77,7 +87,6 @@ bool ReadStoreFromBcdedit(Bundle& bundle, Facts& facts)
         bundle.Note(store.entry, "holds no boot configuration entries that this report recognises");
         return false;
     }
-    facts.store = store;
     const std::string labels = store.language.empty() ? "labels of an unknown language"
                                : store.labelsGarbled ? store.language + " labels, told through letters lost to the code page"
                                                      : store.language + " labels";
@@ -85,6 +94,7 @@ bool ReadStoreFromBcdedit(Bundle& bundle, Facts& facts)
     if (!store.listsAll)
         bundle.Note(store.entry, "lists only some of the store's objects (the settings objects that others inherit from are "
                                  "missing, as in plain \"bcdedit\"): an object it does not show may still be in the store");
+    facts.store = std::move(store);
     return true;
 }
 
@@ -123,12 +133,58 @@ void NoteSystemInfo(Bundle& bundle, const Text& text, const Facts& facts)
     }
 }
 
-void GatherSystemInfo(Bundle& bundle, const Text& text, Facts& facts)
+bool ReadSystemInfo(Bundle& bundle, Facts& facts)
 {
+    const auto text = bundle.Captured("systeminfo.log");
+    if (!text)
+        return false;
     facts.systemInfoEntry = bundle.StoredName("systeminfo.log");
-    facts.systemInfo = ParseSystemInfo(text);
+    facts.systemInfo = ParseSystemInfo(*text);
     facts.windowsPe = StartsWithNoCase(facts.Installed(SystemInfoField::WindowsDirectory), "X:");
-    NoteSystemInfo(bundle, text, facts);
+    NoteSystemInfo(bundle, *text, facts);
+    return true;
+}
+
+bool ReadDiagLog(Bundle& bundle, Facts& facts)
+{
+    const auto text = bundle.Captured("mpdiag.log");
+    if (!text)
+        return false;
+    const std::string entry = bundle.StoredName("mpdiag.log");
+    std::vector<LogRecord> log = ParseDiagLog(*text);
+    const size_t cut = std::count_if(log.begin(), log.end(), [](const LogRecord& record) { return record.cut; });
+    if (cut)
+        bundle.Note(entry, std::to_string(cut) + (cut == 1 ? " record longer than " : " records longer than ") +
+                               std::to_string(kMaxMessageBytes) + " bytes " + (cut == 1 ? "was" : "were") + " cut there");
+    facts.hint = HintFromLog(log);
+    facts.logEntry = entry;
+    facts.log = std::move(log);
+    return true;
+}
+
+bool ReadRecoveryPath(Bundle& bundle, Facts& facts)
+{
+    const auto text = bundle.Captured("recovery_path.log");
+    if (!text)
+        return false;
+    for (const std::string& line : text->lines)
+        if (!Trim(line).empty())
+        {
+            facts.recoveryPathEntry = bundle.StoredName("recovery_path.log");
+            facts.recoveryPath = Trim(line);
+            return true;
+        }
+    return false;
+}
+
+bool ReadImage(Bundle& bundle, Facts& facts)
+{
+    const std::string file = bundle.Extract("boot.wim", kImageCap);
+    if (file.empty())
+        return false;
+    facts.wim = ReadWimInfo(file);
+    facts.wimFile = file;
+    return true;
 }
 
 // Rows of a wmic table that could not be cut, and rows left out.
@@ -239,26 +295,66 @@ void FindSystemDiskController(Facts& facts)
     }
 }
 
+bool ReadDisks(Bundle& bundle, Facts& facts)
+{
+    const auto text = bundle.Captured("wmic_disks.log");
+    if (!text)
+        return false;
+    facts.disksEntry = bundle.StoredName("wmic_disks.log");
+    const WmicTable table = ParseWmicTable(*text);
+    NoteWmicTable(bundle, facts.disksEntry, *text, table);
+    facts.disks = DisksFromWmic(table);
+    return true;
+}
+
+bool ReadUpdates(Bundle& bundle, Facts& facts)
+{
+    const auto text = bundle.Captured("wmic_hotfix.log");
+    if (!text)
+        return false;
+    facts.updatesEntry = bundle.StoredName("wmic_hotfix.log");
+    const WmicTable table = ParseWmicTable(*text);
+    NoteWmicTable(bundle, facts.updatesEntry, *text, table);
+    facts.updates = table.rowsLeftOut ? -1 : CountWmicUpdates(table);
+    return true;
+}
+
+bool ReadProblemDevices(Bundle& bundle, Facts& facts, ControllerList& problems)
+{
+    const auto text = bundle.Captured("devices.txt");
+    if (!text)
+        return false;
+    facts.devicesEntry = bundle.StoredName("devices.txt");
+    problems = ParseDevicesTxt(*text, facts.devicesEntry);
+    NoteLeftOut(bundle, facts.devicesEntry, problems.leftOut);
+    return true;
+}
+
+bool ReadDeviceTree(Bundle& bundle, Facts& facts, ControllerList& tree)
+{
+    const auto text = bundle.SystemText("enum.reg");
+    if (!text)
+        return false;
+    facts.enumEntry = bundle.StoredName("enum.reg");
+    size_t skipped = 0;
+    const RegTree registry = ParseRegExport(*text, skipped);
+    NoteTreeGaps(bundle, facts.enumEntry, registry, skipped);
+    tree = ControllersFromEnum(registry, "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Enum", facts.enumEntry);
+    NoteLeftOut(bundle, facts.enumEntry, tree.leftOut);
+    return true;
+}
+
 void GatherControllers(Bundle& bundle, Facts& facts)
 {
     ControllerList problems, tree;
-    if (const Text* devices = bundle.Captured("devices.txt"))
-    {
-        facts.devicesEntry = bundle.StoredName("devices.txt");
-        problems = ParseDevicesTxt(*devices, facts.devicesEntry);
-        NoteLeftOut(bundle, facts.devicesEntry, problems.leftOut);
-    }
-    if (const Text* enumExport = bundle.SystemText("enum.reg"))
-    {
-        facts.enumEntry = bundle.StoredName("enum.reg");
-        size_t skipped = 0;
-        tree = ControllersFromEnum(ParseRegExport(*enumExport, skipped), "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Enum",
-                                   facts.enumEntry);
-        NoteLeftOut(bundle, facts.enumEntry, tree.leftOut);
-    }
-    facts.controllers = MergeControllers(tree.controllers, problems.controllers);
-    PresentBehindDisks(facts);
-    FindSystemDiskController(facts);
+    bundle.Isolated("devices.txt", kReaderStopped, [&] { return ReadProblemDevices(bundle, facts, problems); });
+    bundle.Isolated("enum.reg", kReaderStopped, [&] { return ReadDeviceTree(bundle, facts, tree); });
+    bundle.Isolated("devices.txt", kReaderStopped, [&] {
+        facts.controllers = MergeControllers(tree.controllers, problems.controllers);
+        PresentBehindDisks(facts);
+        FindSystemDiskController(facts);
+        return true;
+    });
 }
 } // namespace
 
@@ -291,44 +387,19 @@ Facts Gather(Bundle& bundle)
             facts.extended = true;
     facts.extended = facts.extended || !facts.wimEntry.empty();
 
-    if (const Text* text = bundle.Captured("systeminfo.log"))
-        GatherSystemInfo(bundle, *text, facts);
-    if (const Text* text = bundle.Captured("mpdiag.log"))
-    {
-        facts.logEntry = bundle.StoredName("mpdiag.log");
-        facts.log = ParseDiagLog(*text);
-        facts.hint = HintFromLog(facts.log);
-    }
-    facts.hasStore = ReadStoreFromRegistry(bundle, facts) || ReadStoreFromHive(bundle, facts) ||
-                     ReadStoreFromBcdedit(bundle, facts);
-    if (const Text* text = bundle.Captured("recovery_path.log"))
-        for (const std::string& line : text->lines)
-            if (!Trim(line).empty())
-            {
-                facts.recoveryPathEntry = bundle.StoredName("recovery_path.log");
-                facts.recoveryPath = Trim(line);
-                break;
-            }
+    // Each reader on its own: whatever one of them throws is a note on its file, and the others go on.
+    auto read = [&](const char* name, bool (*reader)(Bundle&, Facts&)) {
+        return bundle.Isolated(name, kReaderStopped, [&] { return reader(bundle, facts); });
+    };
+    read("systeminfo.log", ReadSystemInfo);
+    read("mpdiag.log", ReadDiagLog);
+    facts.hasStore = read("BCD00000000.reg", ReadStoreFromRegistry) || read("BCD00000000.hiv", ReadStoreFromHive) ||
+                     read("bcdedit_all.log", ReadStoreFromBcdedit);
+    read("recovery_path.log", ReadRecoveryPath);
     if (!facts.wimEntry.empty())
-    {
-        facts.wimFile = bundle.Extract("boot.wim", kImageCap);
-        if (!facts.wimFile.empty())
-            facts.wim = ReadWimInfo(facts.wimFile);
-    }
-    if (const Text* text = bundle.Captured("wmic_disks.log"))
-    {
-        facts.disksEntry = bundle.StoredName("wmic_disks.log");
-        const WmicTable table = ParseWmicTable(*text);
-        NoteWmicTable(bundle, facts.disksEntry, *text, table);
-        facts.disks = DisksFromWmic(table);
-    }
-    if (const Text* text = bundle.Captured("wmic_hotfix.log"))
-    {
-        facts.updatesEntry = bundle.StoredName("wmic_hotfix.log");
-        const WmicTable table = ParseWmicTable(*text);
-        NoteWmicTable(bundle, facts.updatesEntry, *text, table);
-        facts.updates = table.rowsLeftOut ? -1 : CountWmicUpdates(table);
-    }
+        read("boot.wim", ReadImage);
+    read("wmic_disks.log", ReadDisks);
+    read("wmic_hotfix.log", ReadUpdates);
     GatherControllers(bundle, facts);
     return facts;
 }

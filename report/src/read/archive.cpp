@@ -4,6 +4,7 @@
 
 #include <zip.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <ftw.h>
@@ -41,7 +42,7 @@ bool IsSafeEntryName(const std::string& name)
     return normal.find("/../") == std::string::npos && normal.find("/./") == std::string::npos;
 }
 
-std::unique_ptr<Archive> Archive::Open(const std::string& path, std::string& error)
+std::unique_ptr<Archive> Archive::Open(const std::string& path, std::string& error, size_t maxEntries)
 {
     int code = 0;
     zip* archive = zip_open(path.c_str(), ZIP_RDONLY | ZIP_CHECKCONS, &code);
@@ -53,14 +54,20 @@ std::unique_ptr<Archive> Archive::Open(const std::string& path, std::string& err
         zip_error_fini(&zipError);
         return nullptr;
     }
-    return std::unique_ptr<Archive>(new Archive(archive));
+    return std::unique_ptr<Archive>(new Archive(archive, maxEntries));
 }
 
-Archive::Archive(zip* archive) : m_zip(archive)
+Archive::Archive(zip* archive, size_t maxEntries) : m_zip(archive)
 {
     const zip_int64_t count = zip_get_num_entries(m_zip, 0);
     for (zip_int64_t i = 0; i < count; ++i)
     {
+        if (static_cast<size_t>(i) == maxEntries)
+        {
+            m_leftOut = static_cast<size_t>(count - i);
+            break;
+        }
+        ++m_lookedAt;
         zip_stat_t stat;
         zip_stat_init(&stat);
         if (zip_stat_index(m_zip, static_cast<zip_uint64_t>(i), 0, &stat) != 0 || !(stat.valid & ZIP_STAT_NAME))
@@ -78,7 +85,8 @@ Archive::Archive(zip* archive) : m_zip(archive)
         entry.key = NormalName(name);
         entry.size = stat.valid & ZIP_STAT_SIZE ? stat.size : 0;
         entry.index = static_cast<uint64_t>(i);
-        m_entries.push_back(entry);
+        m_index.emplace(entry.key, m_entries.size());
+        m_entries.push_back(std::move(entry));
     }
 }
 
@@ -86,11 +94,8 @@ Archive::~Archive() { zip_discard(m_zip); }
 
 const ArchiveEntry* Archive::Find(const std::string& name) const
 {
-    const std::string key = NormalName(name);
-    for (const ArchiveEntry& entry : m_entries)
-        if (entry.key == key)
-            return &entry;
-    return nullptr;
+    const auto found = m_index.find(NormalName(name));
+    return found == m_index.end() ? nullptr : &m_entries[found->second];
 }
 
 template <typename Sink>
@@ -144,6 +149,8 @@ bool Archive::Copy(const ArchiveEntry& entry, uint64_t cap, Sink sink, std::stri
 bool Archive::Read(const ArchiveEntry& entry, uint64_t cap, std::string& bytes, std::string& error) const
 {
     bytes.clear();
+    // The declared size, never more than the cap, saves the copies of growing; a lie costs nothing more.
+    bytes.reserve(static_cast<size_t>(std::min(entry.size, cap)));
     const bool ok = Copy(entry, cap, [&](const char* data, size_t size) { bytes.append(data, size); return true; },
                          error);
     if (!ok)

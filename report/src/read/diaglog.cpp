@@ -55,6 +55,16 @@ const char* const kRecoveryPrefixes[] = {
     "Volume: ",
     "Output for command: \"bcdedit\"",
 };
+void Continue(LogRecord& record, const std::string& line)
+{
+    if (record.cut || record.message.size() + 1 + line.size() > kMaxMessageBytes)
+    {
+        record.cut = true;
+        return;
+    }
+    record.message += '\n';
+    record.message += line;
+}
 } // namespace
 
 std::vector<LogRecord> ParseDiagLog(const Text& text)
@@ -72,10 +82,10 @@ std::vector<LogRecord> ParseDiagLog(const Text& text)
             record.time = line.substr(0, 8);
             record.level = level;
             record.message = line.substr(start);
-            records.push_back(record);
+            records.push_back(std::move(record));
         }
         else if (!records.empty() && !line.empty())
-            records.back().message += "\n" + line;
+            Continue(records.back(), line);
     }
     return records;
 }

@@ -16,12 +16,16 @@ enum class LogLevel
     Message,
 };
 
+// The longest message a record keeps: a record with continuation lines past it is cut there.
+const size_t kMaxMessageBytes = 65536;
+
 struct LogRecord
 {
     size_t line = 0; // 1-based line of the record's first line
     std::string time;
     LogLevel level = LogLevel::Message;
     std::string message; // continuation lines joined with "\n"
+    bool cut = false;    // longer than kMaxMessageBytes
 };
 
 std::vector<LogRecord> ParseDiagLog(const Text& text);

@@ -110,6 +110,27 @@ bool ValueData(const std::string& text, RegValue& value)
     return false;
 }
 
+// The line at `i` with the lines that continue it (a value's data goes on over lines that end in
+// a backslash) joined on; `i` ends on the last of them. False when the whole runs longer than
+// kMaxValueText: `line` then holds only a beginning of it.
+bool JoinedLine(const std::vector<std::string>& lines, size_t& i, std::string& line)
+{
+    line = Trim(lines[i]);
+    bool whole = true, more = !line.empty() && line.back() == '\\';
+    while (more && i + 1 < lines.size())
+    {
+        const std::string piece = Trim(lines[++i]);
+        whole = whole && line.size() - 1 + piece.size() <= kMaxValueText;
+        if (whole)
+        {
+            line.pop_back();
+            line += piece;
+        }
+        more = !piece.empty() && piece.back() == '\\';
+    }
+    return whole;
+}
+
 bool ValueLine(const std::string& line, RegValue& value)
 {
     size_t pos = 0;
@@ -159,14 +180,18 @@ RegTree ParseRegExport(const Text& text, size_t& skipped)
 {
     RegTree tree;
     skipped = 0;
+    size_t longValues = 0, firstLong = 0;
     RegKey* key = nullptr;
+    std::string line;
     for (size_t i = 0; i < text.lines.size(); ++i)
     {
         const size_t first = i + 1;
-        std::string line = Trim(text.lines[i]);
-        // A value's data goes on over lines that end in a backslash.
-        while (!line.empty() && line.back() == '\\' && i + 1 < text.lines.size())
-            line = line.substr(0, line.size() - 1) + Trim(text.lines[++i]);
+        if (!JoinedLine(text.lines, i, line))
+        {
+            if (longValues++ == 0)
+                firstLong = first;
+            continue;
+        }
         if (line.empty() || line[0] == ';' || (first == 1 && (StartsWithNoCase(line, "Windows Registry Editor") ||
                                                                StartsWithNoCase(line, "REGEDIT"))))
             continue;
@@ -178,10 +203,14 @@ RegTree ParseRegExport(const Text& text, size_t& skipped)
         RegValue value;
         value.line = first;
         if (key && (line[0] == '"' || line[0] == '@') && ValueLine(line, value))
-            key->values.push_back(value);
+            key->values.push_back(std::move(value));
         else
             ++skipped;
     }
+    if (longValues)
+        tree.SetLeftOut(std::to_string(longValues) + (longValues == 1 ? " value" : " values") + " longer than " +
+                        std::to_string(kMaxValueText) + " bytes of text left out (the first at line " +
+                        std::to_string(firstLong) + ")");
     return tree;
 }
 

@@ -41,14 +41,23 @@ public:
     RegKey& AddKey(const std::string& path, size_t line);
     const RegKey* Key(const std::string& path) const;
     const std::vector<RegKey>& Keys() const { return m_keys; }
+    // What its reader left out to stay within its bounds, for a note on the file; "" when nothing.
+    const std::string& LeftOut() const { return m_leftOut; }
+    void SetLeftOut(const std::string& what) { m_leftOut = what; }
 
 private:
     std::vector<RegKey> m_keys;
     std::map<std::string, size_t> m_index; // lower-case path
+    std::string m_leftOut;
 };
 
+// The longest value line of an export, its continuation lines joined, that is read: far more
+// than any value the report reads (a boot configuration element, a device's identifiers).
+const size_t kMaxValueText = 1 << 20;
+
 // Parses an export ("Windows Registry Editor Version 5.00" or "REGEDIT4"). Lines it cannot
-// understand are counted in `skipped` and left out.
+// understand are counted in `skipped` and left out; so are values longer than kMaxValueText,
+// which the tree's LeftOut() names.
 RegTree ParseRegExport(const Text& text, size_t& skipped);
 
 // Value helpers.

@@ -1,10 +1,17 @@
 #pragma once
 // Turning the bytes of an archive entry into lines of UTF-8 text.
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace report
 {
+// What decoding keeps of one file, whatever its content: the lines after the first kMaxLines are
+// counted and left out, and a line's bytes past kMaxLineBytes are cut off. With the archive's cap
+// on an entry's bytes this bounds a file's text to a few times its size.
+const size_t kMaxLines = 1000000;
+const size_t kMaxLineBytes = 16384;
+
 // How the bytes of a file were read.
 enum class TextForm
 {
@@ -20,6 +27,8 @@ struct Text
     TextForm form = TextForm::Utf8;
     // Characters the collector's decoding turned into U+FFFD (a byte-order mark's not counted).
     size_t lostCharacters = 0;
+    size_t cutLines = 0;     // lines longer than kMaxLineBytes, kept up to there
+    size_t linesLeftOut = 0; // lines after the first kMaxLines
 };
 
 // A command's output as the collector saved it: UTF-8, each captured line followed by "\r\n".

@@ -47,4 +47,21 @@ TEST(CollectionMissingFile, EventLogsMissingFromAnExtendedRun)
     EXPECT_EQ(1u, CountFindings(AnalyzeBundle(bundle), "collection.missing-file", "System32/winevt/Logs/System.evtx"));
 }
 
+TEST(CollectionMissingFile, TheWorkingFolderEndsAtItsLastMPDiagFolderAndNeverCrossesAQuote)
+{
+    fixtures::Bundle bundle = fixtures::SampleBundle();
+    bundle.Remove("enum.reg").Remove("services.reg").Remove("BCD00000000.reg")
+        .Set("mpdiag.log", "09:00:00   Copy from C:\\MPDiag99 to \"D:\\Temp Files\\MPDIAG7f\\Logs\\MPDiagAB\\x.log\" done\r\n");
+    const Report report = AnalyzeBundle(bundle);
+    const Finding* finding = nullptr;
+    for (const Finding& each : report.findings)
+        if (each.subject == "enum.reg")
+            finding = &each;
+    ASSERT_NE(nullptr, finding) << Summary(report);
+    EXPECT_EQ("enum.reg:0: not in the archive\n"
+              "mpdiag.log:1: working folder: D:\\Temp Files\\MPDIAG7f\\Logs\\MPDiagAB (holds a space)\n",
+              EvidenceText(*finding))
+        << "C:\\MPDiag99 is a drive's root, no folder below one";
+}
+
 // Files in unexpected encodings.

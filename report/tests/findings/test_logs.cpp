@@ -34,4 +34,39 @@ TEST(LogsProductErrors, CountsTheProductsErrorRecords)
     EXPECT_EQ(0u, CountFindings(AnalyzeBundle(fixtures::SampleBundle()), "logs.product-errors"));
 }
 
+TEST(LogsSetupErrors, AFatalErrorLineIsReadAfterItsWholeLevel)
+{
+    fixtures::Bundle bundle = fixtures::SampleBundle();
+    bundle.Set("setuperr.log", "2024-03-14 09:12:44, Fatal Error           SP     Cannot continue\r\n"
+                               "2024-03-14 09:12:45, Fatal                 SP     Stopped\r\n"
+                               "2024-03-14 09:12:46, Errors                SP     not a level\r\n"
+                               "2024-03-14 09:12:47, Error\r\n"
+                               "2024-3-14 09:12:48, Error                 SP     not a time stamp\r\n");
+    const Report report = AnalyzeBundle(bundle);
+    const Finding& finding = Get(report, "logs.setup-errors");
+    EXPECT_EQ("2 error lines in setuperr.log (2 kinds)", finding.title);
+    EXPECT_EQ("setuperr.log:2: SP     Stopped  (1×)\n"
+              "setuperr.log:1: SP     Cannot continue  (1×)\n",
+              EvidenceText(finding));
+}
+
+TEST(LogsProductErrors, NumbersAreMaskedSoThatErrorsOfOneKindGoTogether)
+{
+    fixtures::Bundle bundle = fixtures::SampleBundle();
+    bundle.Set("mp.log", "[2024-05-02 10:00:01] failed at 0x80070002 on volume 3 id DEADBEEF01\r\n"
+                         "[2024-05-02 10:00:02] failed at 0x80070005 on volume 12 id cafebabe99\r\n"
+                         "[2024-05-02 10:00:03] failed at 0x8007 on volume 1 id cafe\r\n"
+                         "2024-05-02T10:00:04 Exception: in thread 7\r\n"
+                         "no time stamp ! marker\r\n");
+    const Report report = AnalyzeBundle(bundle);
+    const Finding& finding = Get(report, "logs.product-errors");
+    EXPECT_EQ("5 error records in mp.log (4 kinds)", finding.title);
+    EXPECT_EQ("mp.log:5: no time stamp ! marker  (1×)\n"
+              "mp.log:4: Exception: in thread 7  (1×)\n"
+              "mp.log:3: failed at 0x8007 on volume 1 id cafe  (1×)\n"
+              "mp.log:2: failed at 0x80070005 on volume 12 id cafebabe99  (2×)\n",
+              EvidenceText(finding))
+        << "\"cafe\" is too short for a hex number";
+}
+
 // 6. Event logs.

@@ -27,3 +27,29 @@ TEST(Archive, UnsafeNames)
     for (const char* name : {"mpdiag.log", "System32/WinEvt/Logs/System.evtx", "Logs\\CBS\\CBS.log", "a..b/c"})
         EXPECT_TRUE(IsSafeEntryName(name)) << name;
 }
+
+TEST(Archive, LooksAtNoMoreEntriesThanItsBoundAndCountsTheRest)
+{
+    fixtures::Bundle bundle;
+    for (const char* name : {"a.log", "b.log", "c.log", "d.log", "e.log"})
+        bundle.Set(name, "x");
+    std::string error;
+    const auto archive = Archive::Open(bundle.Write(fixtures::TempDir() + "/a.zip"), error, 3);
+    ASSERT_NE(nullptr, archive) << error;
+    EXPECT_EQ(3u, archive->Entries().size());
+    EXPECT_EQ(2u, archive->EntriesLeftOut());
+    EXPECT_NE(nullptr, archive->Find("c.log"));
+    EXPECT_EQ(nullptr, archive->Find("d.log"));
+}
+
+TEST(Archive, FindIgnoresCaseAndSeparatorsAndTakesTheFirstOfTwins)
+{
+    fixtures::Bundle bundle;
+    bundle.Set("Logs\\A.LOG", "first").Set("logs/a.log", "second");
+    std::string error;
+    const auto archive = Archive::Open(bundle.Write(fixtures::TempDir() + "/a.zip"), error);
+    ASSERT_NE(nullptr, archive) << error;
+    const ArchiveEntry* entry = archive->Find("LOGS/a.Log");
+    ASSERT_NE(nullptr, entry);
+    EXPECT_EQ("Logs\\A.LOG", entry->name);
+}

@@ -22,3 +22,20 @@ TEST(ParseDiagLog, ReadsRecordsTheirLevelsAndContinuationLines)
     EXPECT_TRUE(IsRecoverySearchRecord(log[2]));
     EXPECT_EQ(LogLevel::Fatal, log[3].level);
 }
+
+TEST(ParseDiagLog, CutsARecordWhoseContinuationLinesRunPastTheBound)
+{
+    std::string log = "10:00:00 ! Output follows\r\n";
+    for (int i = 0; i < 1000; ++i)
+        log += std::string(99, 'o') + "\r\n"; // 100 bytes a line with its "\n" in the message
+    log += "10:00:01 - next\r\n";
+    const std::vector<LogRecord> records = ParseDiagLog(SystemText(log));
+    ASSERT_EQ(2u, records.size());
+    EXPECT_TRUE(records[0].cut);
+    EXPECT_LE(records[0].message.size(), kMaxMessageBytes);
+    EXPECT_GT(records[0].message.size(), kMaxMessageBytes - 100) << "whole lines up to the bound";
+    EXPECT_EQ(0u, records[0].message.compare(0, 14, "Output follows"));
+    EXPECT_FALSE(records[1].cut);
+    EXPECT_EQ("next", records[1].message);
+    EXPECT_EQ(1002u, records[1].line);
+}

@@ -111,3 +111,79 @@ TEST(DecodeSystemText, ReadsUtf16WithoutItsByteOrderMark)
     EXPECT_EQ(TextForm::Utf16Le, text.form);
     EXPECT_EQ("REGEDIT4|x|", Joined(text));
 }
+
+// What decoding keeps of a file of any content: its lines and their length are bounded.
+
+TEST(DecodeSystemText, KeepsTheFirstMillionLinesAndCountsTheRest)
+{
+    const Text text = testing_support::SystemText("first\n" + std::string(kMaxLines + 4, '\n') + "last");
+    ASSERT_EQ(kMaxLines, text.lines.size());
+    EXPECT_EQ("first", text.lines.front());
+    EXPECT_EQ("", text.lines.back());
+    EXPECT_EQ(6u, text.linesLeftOut) << "of the 1 + (kMaxLines + 4) + 1 lines";
+    EXPECT_EQ(0u, text.cutLines);
+}
+
+TEST(DecodeSystemText, ANewLineAtTheEndOpensNoLineAfterTheBound)
+{
+    const Text text = testing_support::SystemText(std::string(kMaxLines, '\n'));
+    EXPECT_EQ(kMaxLines, text.lines.size());
+    EXPECT_EQ(0u, text.linesLeftOut);
+}
+
+TEST(DecodeSystemText, CutsALongLineAtTheBoundAndGoesOnWithTheNext)
+{
+    const Text text = testing_support::SystemText(std::string(30000, 'a') + "\r\nnext\r\n");
+    ASSERT_EQ(2u, text.lines.size());
+    EXPECT_EQ(std::string(kMaxLineBytes, 'a'), text.lines[0]);
+    EXPECT_EQ("next", text.lines[1]);
+    EXPECT_EQ(1u, text.cutLines);
+    EXPECT_EQ(0u, text.linesLeftOut);
+}
+
+TEST(DecodeSystemText, CutsALineBetweenCharactersNeverInsideOne)
+{
+    std::string euros;
+    for (int i = 0; i < 10000; ++i)
+        euros += "\xE2\x82\xAC"; // €, three bytes in UTF-8
+    const Text text = testing_support::SystemText(euros + "\r\n");
+    ASSERT_EQ(1u, text.lines.size());
+    EXPECT_EQ(kMaxLineBytes / 3 * 3, text.lines[0].size()) << "whole characters up to the bound";
+    EXPECT_EQ(euros.substr(0, kMaxLineBytes / 3 * 3), text.lines[0]);
+    EXPECT_EQ(1u, text.cutLines);
+}
+
+TEST(DecodeSystemText, ALineThatEndsAtTheBoundIsWholeWhateverLineEndFollows)
+{
+    const Text text = testing_support::SystemText(std::string(kMaxLineBytes, 'a') + "\r\r\n" + std::string(kMaxLineBytes + 1, 'b'));
+    ASSERT_EQ(2u, text.lines.size());
+    EXPECT_EQ(kMaxLineBytes, text.lines[0].size());
+    EXPECT_EQ(kMaxLineBytes, text.lines[1].size());
+    EXPECT_EQ(1u, text.cutLines) << "only the second line is longer than the bound";
+}
+
+TEST(DecodeSystemText, BoundsUtf16AsWell)
+{
+    const Text text = testing_support::SystemText(fixtures::Utf16Le(std::string(30000, 'x') + "\r\n" + std::string(3, '\n')));
+    EXPECT_EQ(TextForm::Utf16Le, text.form);
+    EXPECT_EQ(4u, text.lines.size());
+    EXPECT_EQ(kMaxLineBytes, text.lines[0].size());
+    EXPECT_EQ(1u, text.cutLines);
+}
+
+TEST(DecodeCapturedOutput, BoundsUtf16ThatTheCollectorReadAsUtf8)
+{
+    const Text text = DecodeSaved(CollectorSaves(fixtures::Utf16Le("Caption  " + std::string(20000, 'y') + "\r\nrow\r\n")));
+    EXPECT_EQ(TextForm::Utf16ReadAsUtf8, text.form);
+    ASSERT_EQ(2u, text.lines.size());
+    EXPECT_EQ(kMaxLineBytes, text.lines[0].size());
+    EXPECT_EQ("row", text.lines[1]);
+    EXPECT_EQ(1u, text.cutLines);
+}
+
+TEST(DecodeCapturedOutput, SixtyFourMebibytesOfEmptyLinesKeepOnlyTheBound)
+{
+    const Text text = DecodeSaved(std::string(64u << 20, '\n'));
+    EXPECT_EQ(kMaxLines, text.lines.size());
+    EXPECT_EQ((64u << 20) - kMaxLines, text.linesLeftOut);
+}
