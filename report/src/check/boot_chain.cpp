@@ -355,6 +355,22 @@ std::string BootChain::Verdict() const
                            : "The chain holds as far as the archive shows; not known: " + unknown;
 }
 
+// Keeps the disks that carry a partition of the chain and, up to the cap, the others in their order.
+void BoundDisks(BootChain& chain)
+{
+    size_t kept = 0;
+    std::vector<DiskPlace> disks;
+    for (DiskPlace& disk : chain.disks)
+        if (!disk.partitions.empty() || kept < kChainDiskCap)
+        {
+            kept += disk.partitions.empty();
+            disks.push_back(std::move(disk));
+        }
+        else
+            ++chain.disksLeftOut;
+    chain.disks = std::move(disks);
+}
+
 BootChain MapBootChain(const Facts& facts, const std::vector<Finding>& findings)
 {
     BootChain chain;
@@ -374,6 +390,7 @@ BootChain MapBootChain(const Facts& facts, const std::vector<Finding>& findings)
     if (!facts.hasStore)
         chain.steps[kImage].detail += "; " + Found(facts);
     Judge(findings, chain.steps);
+    BoundDisks(chain);
     for (DiskPlace& disk : chain.disks)
         std::stable_sort(disk.partitions.begin(), disk.partitions.end(), ByOffset);
     return chain;

@@ -70,11 +70,16 @@ struct DiskPlace
     std::string Title() const; // "Disk 0" or "MBR disk 0x5A3C9E01 (not listed)"
 };
 
+// Disks kept in the picture; those that carry a partition of the chain always are, the others of
+// a longer listing are counted and left out (a machine has a few disks, a damaged listing any).
+const size_t kChainDiskCap = 16;
+
 struct BootChain
 {
     std::string source; // the store's archive entry; "" when the archive has none
     std::vector<ChainStep> steps;
     std::vector<DiskPlace> disks;
+    size_t disksLeftOut = 0; // listed disks without a partition of the chain, past kChainDiskCap
     std::vector<PartitionPlace> unplaced; // partitions whose disk the archive does not name
 
     // The first step whose arrow or own state is in that state; null when none is.

@@ -10,16 +10,23 @@ std::string Bundle::StoredName(const std::string& name) const
 
 namespace
 {
-// What the bounds of decoding left out of a text, as notes; none when it was read whole.
-std::vector<std::string> BoundNotes(const Text& text)
+// A text's reading stops after this many line-feed bytes: past its bound of lines, whatever the
+// encoding (a UTF-16 unit holds at most two such bytes, a line feed one).
+const size_t kLineFeedsRead = 2 * kMaxLines + 2;
+
+// What the bounds of decoding left out of a text, as notes; none when it was read whole. `whole`:
+// whether the entry's bytes were all read.
+std::vector<std::string> BoundNotes(const Text& text, bool whole)
 {
     std::vector<std::string> notes;
     if (text.cutLines)
         notes.push_back(std::to_string(text.cutLines) + (text.cutLines == 1 ? " line longer than " : " lines longer than ") +
                         std::to_string(kMaxLineBytes) + " bytes " + (text.cutLines == 1 ? "was" : "were") + " cut there");
-    if (text.linesLeftOut)
+    if (text.linesLeftOut && whole)
         notes.push_back("holds more than " + std::to_string(kMaxLines) + " lines: the " + std::to_string(text.linesLeftOut) +
                         " after them were left out");
+    else if (text.linesLeftOut || !whole)
+        notes.push_back("holds more than " + std::to_string(kMaxLines) + " lines: those after them were left out, unread");
     return notes;
 }
 } // namespace
@@ -31,9 +38,10 @@ std::unique_ptr<const Text> Bundle::Decode(const std::string& name, bool capture
         return nullptr;
     std::string problem;
     auto text = std::make_unique<Text>();
+    bool whole = true;
     {
         std::string bytes;
-        if (!m_archive.Read(*entry, kTextCap, bytes, problem) ||
+        if (!m_archive.ReadHead(*entry, kTextCap, kLineFeedsRead, bytes, whole, problem) ||
             !(captured ? DecodeCapturedOutput(bytes, *text, problem) : DecodeSystemText(bytes, *text, problem)))
         {
             Note(entry->name, "could not be read: " + problem + "; left out of the report");
@@ -49,7 +57,7 @@ std::unique_ptr<const Text> Bundle::Decode(const std::string& name, bool capture
         Note(entry->name, std::to_string(text->lostCharacters) +
                               " characters lost in the collection (output in the console's code page, read as "
                               "UTF-8; shown as U+FFFD)");
-    for (const std::string& note : BoundNotes(*text))
+    for (const std::string& note : BoundNotes(*text, whole))
         Note(entry->name, note);
     return text;
 }

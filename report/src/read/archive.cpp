@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ftw.h>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -135,12 +136,14 @@ bool Archive::Copy(const ArchiveEntry& entry, uint64_t cap, Sink sink, std::stri
             ok = false;
             break;
         }
-        if (!sink(buffer, static_cast<size_t>(got)))
+        const Flow flow = sink(buffer, static_cast<size_t>(got));
+        if (flow == Flow::Fail)
         {
             error = "cannot be written to the report's temporary folder";
             ok = false;
-            break;
         }
+        if (flow != Flow::Go)
+            break;
     }
     zip_fclose(file);
     return ok;
@@ -148,10 +151,29 @@ bool Archive::Copy(const ArchiveEntry& entry, uint64_t cap, Sink sink, std::stri
 
 bool Archive::Read(const ArchiveEntry& entry, uint64_t cap, std::string& bytes, std::string& error) const
 {
+    bool whole = true;
+    return ReadHead(entry, cap, SIZE_MAX, bytes, whole, error);
+}
+
+bool Archive::ReadHead(const ArchiveEntry& entry, uint64_t cap, size_t lineFeeds, std::string& bytes, bool& whole,
+                       std::string& error) const
+{
     bytes.clear();
     // The declared size, never more than the cap, saves the copies of growing; a lie costs nothing more.
     bytes.reserve(static_cast<size_t>(std::min(entry.size, cap)));
-    const bool ok = Copy(entry, cap, [&](const char* data, size_t size) { bytes.append(data, size); return true; },
+    size_t seen = 0;
+    whole = true;
+    const bool ok = Copy(entry, cap,
+                         [&](const char* data, size_t size) {
+                             bytes.append(data, size);
+                             for (const char* at = data; (at = static_cast<const char*>(memchr(at, '\n', size - (at - data)))); ++at)
+                                 if (++seen >= lineFeeds)
+                                 {
+                                     whole = false;
+                                     return Flow::Stop;
+                                 }
+                             return Flow::Go;
+                         },
                          error);
     if (!ok)
         bytes.clear();
@@ -166,7 +188,7 @@ bool Archive::Extract(const ArchiveEntry& entry, const std::string& path, uint64
         error = "cannot be written to the report's temporary folder";
         return false;
     }
-    bool ok = Copy(entry, cap, [&](const char* data, size_t size) { return fwrite(data, 1, size, out) == size; },
+    bool ok = Copy(entry, cap, [&](const char* data, size_t size) { return fwrite(data, 1, size, out) == size ? Flow::Go : Flow::Fail; },
                    error);
     if (fclose(out) != 0 && ok)
     {

@@ -44,11 +44,22 @@ public:
     const ArchiveEntry* Find(const std::string& name) const;
     // At most `cap` bytes; false, with the reason, when the entry is larger or cannot be read.
     bool Read(const ArchiveEntry& entry, uint64_t cap, std::string& bytes, std::string& error) const;
+    // The same, but the read ends once `lineFeeds` line-feed bytes have come (with the chunk that
+    // brought the last of them); `whole` says whether the entry was read to its end. Past a text's
+    // bound of lines, the rest need not be inflated.
+    bool ReadHead(const ArchiveEntry& entry, uint64_t cap, size_t lineFeeds, std::string& bytes, bool& whole,
+                  std::string& error) const;
     // Writes the entry to `path` (a file the caller names in its private folder), at most `cap` bytes.
     bool Extract(const ArchiveEntry& entry, const std::string& path, uint64_t cap, std::string& error) const;
 
 private:
     Archive(zip* archive, size_t maxEntries);
+    enum class Flow
+    {
+        Go,
+        Stop, // enough has been read
+        Fail, // the bytes cannot be kept
+    };
     template <typename Sink>
     bool Copy(const ArchiveEntry& entry, uint64_t cap, Sink sink, std::string& error) const;
 

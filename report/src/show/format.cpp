@@ -152,6 +152,14 @@ std::string DiskLine(const DiskPlace& disk)
     return disk.Title() + ": " + text;
 }
 
+std::string DisksLeftOut(const BootChain& chain)
+{
+    if (!chain.disksLeftOut)
+        return "";
+    return std::to_string(chain.disksLeftOut) + (chain.disksLeftOut == 1 ? " more disk" : " more disks") +
+           " of the listing, which hold no partition of the chain, " + (chain.disksLeftOut == 1 ? "is" : "are") + " not shown";
+}
+
 std::string PartitionLine(const PartitionPlace& partition)
 {
     std::string text = partition.Label() + (partition.offset >= 0 ? " (size unknown)" : " (position and size unknown)") + ":";

@@ -39,6 +39,8 @@ std::string DiskSize(const DiskPlace& disk);
 std::string PartitionsListed(const DiskPlace& disk);
 // "Disk 0: SAMPLE SATA SSD 60GB, MBR 0x5A3C9E01, 60 GiB, 1 partition listed, status OK"
 std::string DiskLine(const DiskPlace& disk);
+// "3 more disks of the listing, which hold no partition of the chain, are not shown"; "" for none
+std::string DisksLeftOut(const BootChain& chain);
 // "at 1 MiB (size unknown): Boot manager, Windows, Recovery image"
 std::string PartitionLine(const PartitionPlace& partition);
 } // namespace report

@@ -42,6 +42,8 @@ void BootChainSection(const BootChain& chain, std::ostream& out)
             out << "<br>" << Escaped(PartitionLine(partition));
         out << "</td></tr>\n";
     }
+    if (chain.disksLeftOut)
+        out << "<tr><td>Disks not shown</td><td>" << Escaped(DisksLeftOut(chain)) << "</td></tr>\n";
     for (const PartitionPlace& partition : chain.unplaced)
         out << "<tr><td>Disk not named</td><td>" << Escaped(PartitionLine(partition)) << "</td></tr>\n";
     out << "</table>\n";

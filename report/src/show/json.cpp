@@ -83,6 +83,7 @@ Json BootChainJson(const BootChain& chain)
             {"verdict", chain.Verdict()},
             {"steps", steps},
             {"disks", disks},
+            {"disks_left_out", chain.disksLeftOut},
             {"unplaced_partitions", PartitionsJson(chain.unplaced)}};
 }
 

@@ -27,6 +27,8 @@ void BootChainSection(const BootChain& chain, std::ostream& out)
         for (const PartitionPlace& partition : disk.partitions)
             out << "    " << PartitionLine(partition) << "\n";
     }
+    if (chain.disksLeftOut)
+        out << "  " << DisksLeftOut(chain) << "\n";
     if (!chain.unplaced.empty())
         out << "  Partitions on a disk the archive does not name:\n";
     for (const PartitionPlace& partition : chain.unplaced)

@@ -1,6 +1,7 @@
 // The boot chain and the disks that the outputs show: its steps from the boot configuration, its
 // breaks as the findings judge them, the partitions placed on the disks, and what stays unknown.
 #include "outputs/chain_bundles.h"
+#include "show/format.h"
 
 #include <gtest/gtest.h>
 
@@ -132,6 +133,27 @@ TEST(BootChain, ALoaderThatAPartialListingDoesNotShowIsUnknownNotAbsent)
     EXPECT_EQ("{deadbeef-0000-0000-0000-000000000000}", loader.id);
     EXPECT_EQ("not in the listing", loader.detail);
     EXPECT_NE(ChainState::Broken, loader.state) << "an info finding marks nothing";
+}
+
+TEST(BootChain, ALongListingOfDisksKeepsTheChainsDiskAndTheFirstOthers)
+{
+    // A made listing of 20 disks in wmic's columns: disk 0 is the sample machine's, the others
+    // carry no partition of the chain.
+    std::string listing = "Index  Signature   Size         \r\r\n";
+    for (uint32_t i = 0; i < 20; ++i)
+    {
+        const std::string index = std::to_string(i), signature = std::to_string(i ? 1000 + i : fixtures::kDiskSignature);
+        listing += index + std::string(7 - index.size(), ' ') + signature + std::string(12 - signature.size(), ' ') +
+                   std::to_string(fixtures::kDiskSize) + "  \r\r\n";
+    }
+    const BootChain chain =
+        AnalyzeBundle(fixtures::SampleBundle().Set("wmic_disks.log", fixtures::CollectorSaves(fixtures::Utf16Le(listing)))).bootChain;
+    ASSERT_EQ(1u + kChainDiskCap, chain.disks.size());
+    EXPECT_EQ("0", chain.disks.front().index);
+    EXPECT_FALSE(chain.disks.front().partitions.empty());
+    EXPECT_EQ(std::to_string(kChainDiskCap), chain.disks.back().index);
+    EXPECT_EQ(3u, chain.disksLeftOut);
+    EXPECT_EQ("3 more disks of the listing, which hold no partition of the chain, are not shown", DisksLeftOut(chain));
 }
 
 TEST(BootChain, AnImageTheCollectorDidNotFindBreaksTheLastStep)

@@ -20,6 +20,24 @@ TEST(Archive, ReadStopsAtTheCap)
     EXPECT_EQ(5000u, bytes.size());
 }
 
+TEST(Archive, ReadHeadStopsWithTheChunkThatBringsItsLastLineFeed)
+{
+    // The reads come in chunks of 64 KiB: a million line feeds end far before the entry does.
+    fixtures::Bundle bundle;
+    bundle.Set("setupact.log", std::string(8u << 20, '\n')).Set("setuperr.log", std::string(1000, '\n'));
+    std::string error;
+    const auto archive = Archive::Open(bundle.Write(fixtures::TempDir() + "/a.zip"), error);
+    ASSERT_NE(nullptr, archive) << error;
+    std::string bytes;
+    bool whole = true;
+    ASSERT_TRUE(archive->ReadHead(*archive->Find("setupact.log"), 8u << 20, 1000000, bytes, whole, error)) << error;
+    EXPECT_FALSE(whole);
+    EXPECT_EQ(1000000u + 65536 - 1000000 % 65536, bytes.size()) << "read up to the end of the chunk with the millionth";
+    ASSERT_TRUE(archive->ReadHead(*archive->Find("setuperr.log"), 8u << 20, 1000000, bytes, whole, error)) << error;
+    EXPECT_TRUE(whole);
+    EXPECT_EQ(1000u, bytes.size());
+}
+
 TEST(Archive, UnsafeNames)
 {
     for (const char* name : {"../x", "a/../../x", "/etc/x", "\\x", "C:\\x", "c:x", "a\\..\\..\\x", "./x", "a\nb"})
