@@ -147,13 +147,14 @@ TEST_F(Browser, BrokenChainsPageMarksTheBreakAndTheDoubt)
         EXPECT_TRUE(Drawn("broken", text)) << text;
 }
 
-TEST_F(Browser, RealStoresPageShowsItsLoadersOnTheirGptDisk)
+TEST_F(Browser, RealStoresPageShowsItsLoadersAndTheImageOnTheirGptDisk)
 {
     if (!pages.count("real-store"))
         GTEST_SKIP() << chain_bundles::kRealStoreSkip;
     ExpectSeenAsItShouldBe("real-store");
     for (const char* text : {"{733b62e5-f608-11eb-825c-c112f60133ab}", "\"Windows 10\"", "GPT disk, not listed \xC2\xB7 size unknown", "{0b2394a9-095e-487d-8d48-719ecd4d78ca}",
-                             "{8e0f2c38-e4ea-47ba-b7fc-9d8c74dccf0b}"})
+                             "{8e0f2c38-e4ea-47ba-b7fc-9d8c74dccf0b}", "{6cdfcd69-de75-4490-8f99-5a84bf264917}",
+                             "\\Recovery\\WindowsRE\\Winre.wim"})
         EXPECT_TRUE(Drawn("real-store", text)) << text;
 }
 

@@ -106,7 +106,7 @@ TEST(ChainOutputs, JsonStaysValidWhateverBytesTheArchiveHolds)
     bundle.Set("setuperr.log", std::string("2024-03-14 09:12:44, Error  CBS  Failed \xFF\xFE\xC3 in \x01 step\r\n"));
     bundle.Set("mpdiag.log", std::string("09:00:00 ! Item not copied: C:\\Logs\\\xE9t\xE9.log\r\n"));
     const std::string out = Report("--json", bundle);
-    EXPECT_NO_THROW(Json::parse(out)) << out;
+    EXPECT_TRUE(Json::accept(out)) << out;
 }
 
 TEST(ChainOutputs, PageDrawsTheChainAsInlineSvgThatRefersToNothing)
