@@ -118,6 +118,17 @@ TEST(WmicColumns, TheDiskNumberComesFromTheDeviceWithoutAnIndexColumn)
     EXPECT_FALSE(disks[0].signatureListed) << "no Signature column: no partition style";
 }
 
+TEST(WmicDisks, ASignatureOfZeroIsNoMbrDisk)
+{
+    // An uninitialised disk lists 0: no boot store device can name it by signature.
+    const std::vector<Disk> disks = DisksFromWmic(ParseWmicTable(
+        Captured(Table({{"Index", "2", 1}, {"Model", "SAMPLE BLANK DISK", 17}, {"Signature", "0", 1}}))));
+    ASSERT_EQ(1u, disks.size());
+    EXPECT_TRUE(disks[0].signatureListed);
+    EXPECT_EQ("0", disks[0].signature);
+    EXPECT_FALSE(disks[0].Mbr());
+}
+
 TEST(WmicColumns, AValueNeverStartsInsideAnother)
 {
     // Two spaces inside a value do not open a column.
