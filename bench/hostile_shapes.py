@@ -68,6 +68,7 @@ SHAPES = {
     # bytes, in lines of 100, every one an error line of a product log
     "ansi-64mib-error-lines": {"mp.log": (b"error " + b"\x80" * 93 + b"\n") * (64 * MIB // 100)},
     "devices-20000-controllers": {"devices.txt": devices(20000)},
+    "devices-million-controllers": {"devices.txt": devices(1000000)},
     "wmic-2000-columns-2000-rows": {"wmic_disks.log": wmic(2000, 2000)},
 }
 

@@ -74,6 +74,39 @@ TEST(HostileContent, AnOsVersionOfThirtyThousandCharactersInSystemInfoIsCut)
     EXPECT_EQ(1u, CountFindings(report, "boot.recovery-loader"));
 }
 
+TEST(HostileContent, AnOsVersionOfTwentyThousandDigitsInSystemInfoIsCut)
+{
+    fixtures::Bundle bundle = fixtures::SampleBundle();
+    bundle.Set("systeminfo.log", fixtures::CollectorSaves("Host Name:                 SAMPLE-PC\r\n"
+                                                          "OS Version:                " + std::string(20000, '1') + "\r\n"));
+    const Report report = AnalyzeBundle(bundle);
+    EXPECT_TRUE(HasNote(report, "systeminfo.log", kCut)) << Summary(report);
+    EXPECT_EQ("SAMPLE-PC", report.machine.hostName);
+    ExpectTheSampleFindings(report);
+}
+
+TEST(HostileContent, AWmicTableOfTwoThousandColumnsAndRowsKeepsItsBoundedRows)
+{
+    std::string header, row;
+    for (int i = 0; i < 2000; ++i)
+    {
+        char cell[32];
+        snprintf(cell, sizeof cell, "Column%05d  ", i);
+        header += cell;
+        snprintf(cell, sizeof cell, "value%06d  ", i);
+        row += cell;
+    }
+    std::string table = header + "\r\n";
+    for (int i = 0; i < 2000; ++i)
+        table += row + "\r\n";
+    fixtures::Bundle bundle = fixtures::SampleBundle();
+    bundle.Set("wmic_disks.log", fixtures::CollectorSaves(table));
+    const Report report = AnalyzeBundle(bundle);
+    EXPECT_TRUE(HasNote(report, "wmic_disks.log", "2001 lines longer than 16384 bytes were cut there")) << Summary(report);
+    EXPECT_TRUE(HasNote(report, "wmic_disks.log", "only its first 1024 rows were read")) << Summary(report);
+    EXPECT_EQ(1u, CountFindings(report, "boot.recovery-loader"));
+}
+
 TEST(HostileContent, AMillionContinuationLinesInARegistryExportAreLeftOut)
 {
     std::string store = fixtures::SampleBootStore().Text() + "\r\n[HKEY_LOCAL_MACHINE\\BCD00000000\\Description]\r\n\"Long\"=hex:00,\\\r\n";

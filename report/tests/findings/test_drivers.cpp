@@ -313,6 +313,23 @@ TEST(DriversShapes, TwentyThousandControllersInDevicesTxtAreReadUpToTheCapWithAN
     EXPECT_EQ(1024u, CountFindings(report, "drivers.no-driver-on-machine"));
 }
 
+TEST(DriversShapes, AMillionControllersInDevicesTxtAreReadUpToTheLineBound)
+{
+    fixtures::Bundle bundle = fixtures::SampleBundle();
+    std::string devices;
+    for (int i = 0; i < 1000000; ++i)
+    {
+        char id[32];
+        snprintf(id, sizeof id, "PCI\\VEN_1000&DEV_%04X", i % 0x10000);
+        devices += "Device " + std::to_string(i) + ":\r\n\t" + id + "\r\n\tPCI\\CC_010400\r\n";
+    }
+    bundle.Set("devices.txt", devices);
+    const Report report = AnalyzeBundle(bundle);
+    EXPECT_TRUE(HasNote(report, "devices.txt", "holds more than 1000000 lines: those after them were left out, unread")) << Summary(report);
+    EXPECT_TRUE(HasNote(report, "devices.txt", "more storage and network controllers than the report reads (1024)")) << Summary(report);
+    EXPECT_EQ(1024u, CountFindings(report, "drivers.no-driver-on-machine"));
+}
+
 TEST(DriversShapes, AFourMebibyteInfInTheImageIsReadWithANoteOnItsCutLine)
 {
     std::string inf = "[Version]\r\nSignature=\"$WINDOWS NT$\"\r\nClass=Net\r\n[Manufacturer]\r\n%Mfg% = Mfg, NTamd64\r\n[Mfg.NTamd64]\r\n"

@@ -1,5 +1,6 @@
 // The three kinds of output: JSON, the HTML page and the terminal text.
 #include "fixtures/support.h"
+#include "show/render.h"
 
 #include <gtest/gtest.h>
 
@@ -22,6 +23,15 @@ TEST(Output, JsonIsValidAndCarriesIdsSeveritiesEvidenceAndAdvice)
         "d=[x for x in f if x['id']=='drivers.no-driver-on-machine'][0];"
         "assert d['evidence'][0]=={'entry':'devices.txt','line':1,'text':d['evidence'][0]['text']}, d\" " + file;
     EXPECT_EQ(0, std::system(check.c_str())) << out;
+}
+
+TEST(Output, JsonWritesBytesThatAreNotUtf8AsReplacementCharacters)
+{
+    Report report;
+    report.Add("collection.missing-file", Severity::Info, "name \xFF" "end", "");
+    std::string json;
+    ASSERT_NO_THROW(json = RenderJson(report));
+    EXPECT_NE(std::string::npos, json.find("\"name \xEF\xBF\xBD" "end\"")) << json;
 }
 
 TEST(Output, HtmlIsOneSelfContainedPageWithItsTextEscaped)

@@ -84,6 +84,15 @@ TEST(InfDecoration, WindowsPicksTheClosestSectionOfAnEntry)
     EXPECT_EQ("Windows picks the closer [iaStorVD_Models.NTamd64.10.0...19041]", passed->why);
 }
 
+TEST(InfDecoration, AHigherVersionIsCloserThanAHigherBuildOfAnOlderVersion)
+{
+    const fixtures::VendorInfSpec spec = Spec({{"NTamd64.6.3...9600", {"PCI\\VEN_8086&DEV_2822"}}, {"NTamd64.10.0", {kVmd}}});
+    const InfDriver driver = Read(spec, Image(19041));
+    EXPECT_EQ("[iaStorVD_Models.NTamd64.10.0] PCI\\VEN_8086&DEV_467F\n", Chosen(driver));
+    ASSERT_NE(nullptr, PassedOver(driver, "iaStorVD_Models.NTamd64.6.3...9600"));
+    EXPECT_EQ("Windows picks the closer [iaStorVD_Models.NTamd64.10.0]", PassedOver(driver, "iaStorVD_Models.NTamd64.6.3...9600")->why);
+}
+
 TEST(InfDecoration, APlatformIsExactAndSixtyFourBitWindowsIgnoresUndecoratedSections)
 {
     const fixtures::VendorInfSpec spec = Spec({{"", {"PCI\\VEN_1000&DEV_0079"}}, {"NT", {"PCI\\VEN_1000&DEV_0073"}}, {"NTx86", {"PCI\\VEN_1000&DEV_005B"}}});

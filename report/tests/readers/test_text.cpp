@@ -71,6 +71,17 @@ TEST(DecodeCapturedOutput, CountsCodePageLettersLostAsReplacements)
     EXPECT_EQ("Startger\xEF\xBF\xBDt: \xEF\xBF\xBDsterreich|", Joined(text));
 }
 
+TEST(DecodeCapturedOutput, NamesBytesThatAreNotUtf8WithoutCountingThemAsLostLetters)
+{
+    // Bytes the collector never writes: damage, not the code page's loss.
+    Text text;
+    std::string problem;
+    ASSERT_TRUE(DecodeCapturedOutput("a\xFF" "b\r\n", text, problem));
+    EXPECT_EQ("a\xEF\xBF\xBD" "b|", Joined(text));
+    EXPECT_EQ(0u, text.lostCharacters);
+    EXPECT_EQ("1 bytes that are not UTF-8, read as U+FFFD", problem);
+}
+
 TEST(DecodeCapturedOutput, RefusesBinaryData)
 {
     Text text;
