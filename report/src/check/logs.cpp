@@ -33,7 +33,7 @@ size_t Run(const std::string& text, size_t pos, In in)
 // decimal digits); its length, 0 when there is none.
 size_t NumberAt(const std::string& text, size_t pos)
 {
-    if (text.compare(pos, 2, "0x") == 0 && pos + 2 < text.size() && IsHex(text[pos + 2]))
+    if (pos + 2 < text.size() && text[pos] == '0' && text[pos + 1] == 'x' && IsHex(text[pos + 2]))
         return 2 + Run(text, pos + 2, IsHex);
     const size_t hex = Run(text, pos, IsHex);
     return hex >= 8 ? hex : Run(text, pos, IsDigit);
@@ -61,7 +61,9 @@ void ReportErrors(const std::string& id, const std::string& entry, const std::ve
     std::map<std::string, size_t> index; // masked text → its group
     for (size_t i = 0; i < lines.size(); ++i)
     {
-        const size_t at = index.emplace(Masked(lines[i].text), groups.size()).first->second;
+        std::string masked = Masked(lines[i].text);
+        const auto known = index.find(masked);
+        const size_t at = known != index.end() ? known->second : index.emplace(std::move(masked), groups.size()).first->second;
         if (at == groups.size())
             groups.emplace_back();
         ++groups[at].count;

@@ -69,4 +69,15 @@ TEST(LogsProductErrors, NumbersAreMaskedSoThatErrorsOfOneKindGoTogether)
         << "\"cafe\" is too short for a hex number";
 }
 
+TEST(LogsProductErrors, AShortHexNumberAfter0xIsOneNumber)
+{
+    fixtures::Bundle bundle = fixtures::SampleBundle();
+    bundle.Set("mp.log", "[2024-05-02 10:00:01] failed with 0x1F\r\n"
+                         "[2024-05-02 10:00:02] failed with 0xA0\r\n");
+    const Report report = AnalyzeBundle(bundle);
+    const Finding& finding = Get(report, "logs.product-errors");
+    EXPECT_EQ("2 error records in mp.log (1 kind)", finding.title);
+    EXPECT_EQ("mp.log:2: failed with 0xA0  (2×)\n", EvidenceText(finding));
+}
+
 // 6. Event logs.
