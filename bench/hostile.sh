@@ -26,7 +26,7 @@ for shape in "${shapes[@]}"; do
          /usr/bin/time -f '%e %M' -o "$work/time.txt" timeout "$limit" "$exe" "$work/$shape.zip") >"$out" 2>"$work/err.txt" || status=$?
         read -r seconds kilobytes < <(tail -1 "$work/time.txt" | sed 's/^Command.*//;s/^$/- -/')
         [ "$status" = 124 ] && status="timeout"
-        notes=$(sed -n '/^Files read with a remark/,/^Findings/p' "$out" | grep -c '^  ' || true)
+        notes=$(sed -n '/^Files read with a remark/,/^$/p' "$out" | grep -c '^  ' || true)
         name=$exe
         [ ${#name} -le 44 ] || name="...${name: -41}"
         printf '%-34s %-44s %6s %9s %9s  %s\n' "$shape" "$name" "$status" "$seconds" \
