@@ -86,21 +86,14 @@ TEST(BootRecoveryLoaderMissing, AppearsWhenTheSequenceNamesNoObjectOfTheStore)
 
 TEST(BootRecoveryLoaderUnlisted, AppearsInsteadOfMissingWhenTheListingShowsOnlySomeObjects)
 {
-    // Plain "bcdedit" lists the boot menu's entries, not the recovery loader nor the settings
-    // objects its entries inherit from.
-    const std::string listing = "\r\nWindows Boot Loader\r\n-------------------\r\nidentifier              {current}\r\n"
-                                "path                    \\Windows\\system32\\winload.exe\r\n"
-                                "inherit                 {bootloadersettings}\r\n"
-                                "recoverysequence        {deadbeef-0000-0000-0000-000000000000}\r\n"
-                                "recoveryenabled         Yes\r\n";
-    fixtures::Bundle bundle = fixtures::SampleBundle();
-    bundle.Remove("BCD00000000.reg").Set("bcdedit_all.log", fixtures::CollectorSaves(listing));
+    fixtures::Bundle bundle = fixtures::PartialBcdeditBundle();
     const Report partial = AnalyzeBundle(bundle);
     EXPECT_EQ(Severity::Info, Get(partial, "boot.recovery-loader-unlisted").severity);
     EXPECT_EQ(0u, CountFindings(partial, "boot.recovery-loader-missing"));
     EXPECT_TRUE(HasNote(partial, "bcdedit_all.log", "lists only some of the store's objects"));
-    bundle.Set("bcdedit_all.log", fixtures::CollectorSaves(listing + "\r\nBoot Loader Settings\r\n--------------------\r\n"
-                                                                      "identifier              {bootloadersettings}\r\n"));
+    bundle.Set("bcdedit_all.log", fixtures::CollectorSaves(fixtures::PartialBcdeditOutput() +
+                                                           "\r\nBoot Loader Settings\r\n--------------------\r\n"
+                                                           "identifier              {bootloadersettings}\r\n"));
     const Report all = AnalyzeBundle(bundle);
     EXPECT_EQ(0u, CountFindings(all, "boot.recovery-loader-unlisted"));
     EXPECT_EQ(Severity::Error, Get(all, "boot.recovery-loader-missing").severity);

@@ -10,6 +10,20 @@ using namespace testing_support;
 
 namespace
 {
+// devices.txt listing `count` RAID controllers of one vendor, each with a problem: three lines a
+// controller, so that a million stay under the bytes read as text and pass the bound of lines.
+std::string RaidControllersWithProblems(int count)
+{
+    std::string devices;
+    for (int i = 0; i < count; ++i)
+    {
+        char id[32];
+        snprintf(id, sizeof id, "PCI\\VEN_1000&DEV_%04X", i % 0x10000);
+        devices += "Device " + std::to_string(i) + ":\r\n\t" + id + "\r\n\tPCI\\CC_010400\r\n";
+    }
+    return devices;
+}
+
 const uint64_t kStart = fixtures::Filetime(2024, 5, 10, 8);
 const uint64_t kArrived = kStart + 50000000; // five seconds after the start
 const char kVmd[] = "PCI\\VEN_8086&DEV_467F";
@@ -300,14 +314,7 @@ TEST(DriversNoDriverInPe, IsAnErrorWhenTheRunWasInWindowsPe)
 TEST(DriversShapes, TwentyThousandControllersInDevicesTxtAreReadUpToTheCapWithANote)
 {
     fixtures::Bundle bundle = fixtures::SampleBundle();
-    std::string devices;
-    for (int i = 0; i < 20000; ++i)
-    {
-        char id[64];
-        snprintf(id, sizeof id, "PCI\\VEN_1000&DEV_%04X", i % 0x10000);
-        devices += "Device " + std::to_string(i) + ":\r\n\t" + id + "\r\n\tPCI\\VEN_1000&CC_010400\r\n\tPCI\\CC_010400\r\n";
-    }
-    bundle.Set("devices.txt", devices);
+    bundle.Set("devices.txt", RaidControllersWithProblems(20000));
     const Report report = AnalyzeBundle(bundle);
     EXPECT_TRUE(HasNote(report, "devices.txt", "lists 18976 more storage and network controllers than the report reads (1024)"));
     EXPECT_EQ(1024u, CountFindings(report, "drivers.no-driver-on-machine"));
@@ -316,14 +323,7 @@ TEST(DriversShapes, TwentyThousandControllersInDevicesTxtAreReadUpToTheCapWithAN
 TEST(DriversShapes, AMillionControllersInDevicesTxtAreReadUpToTheLineBound)
 {
     fixtures::Bundle bundle = fixtures::SampleBundle();
-    std::string devices;
-    for (int i = 0; i < 1000000; ++i)
-    {
-        char id[32];
-        snprintf(id, sizeof id, "PCI\\VEN_1000&DEV_%04X", i % 0x10000);
-        devices += "Device " + std::to_string(i) + ":\r\n\t" + id + "\r\n\tPCI\\CC_010400\r\n";
-    }
-    bundle.Set("devices.txt", devices);
+    bundle.Set("devices.txt", RaidControllersWithProblems(1000000));
     const Report report = AnalyzeBundle(bundle);
     EXPECT_TRUE(HasNote(report, "devices.txt", "holds more than 1000000 lines: those after them were left out, unread")) << Summary(report);
     EXPECT_TRUE(HasNote(report, "devices.txt", "more storage and network controllers than the report reads (1024)")) << Summary(report);

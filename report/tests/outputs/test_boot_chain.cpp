@@ -119,15 +119,7 @@ TEST(BootChain, ASequenceToAnAbsentLoaderBreaksAtTheRecoveryLoader)
 
 TEST(BootChain, ALoaderThatAPartialListingDoesNotShowIsUnknownNotAbsent)
 {
-    // Plain "bcdedit" lists the boot menu's entries, not the recovery loader nor the settings
-    // objects its entries inherit from.
-    const std::string listing = "\r\nWindows Boot Loader\r\n-------------------\r\nidentifier              {current}\r\n"
-                                "path                    \\Windows\\system32\\winload.exe\r\n"
-                                "inherit                 {bootloadersettings}\r\n"
-                                "recoverysequence        {deadbeef-0000-0000-0000-000000000000}\r\n"
-                                "recoveryenabled         Yes\r\n";
-    fixtures::Bundle bundle = fixtures::SampleBundle();
-    bundle.Remove("BCD00000000.reg").Set("bcdedit_all.log", fixtures::CollectorSaves(listing));
+    fixtures::Bundle bundle = fixtures::PartialBcdeditBundle();
     const BootChain chain = AnalyzeBundle(bundle).bootChain;
     const ChainStep& loader = StepOf(chain, "recovery-loader");
     EXPECT_EQ("{deadbeef-0000-0000-0000-000000000000}", loader.id);
